@@ -1,0 +1,41 @@
+// KTSearchPath: folders searched for files by extension.
+#ifndef KTBASE_KTSEARCHPATH_H
+#define KTBASE_KTSEARCHPATH_H
+
+#include <string>
+#include <vector>
+
+#include <ktbase/ibase.h>
+#include <ktbase/idestroy.h>
+#include <ktbase/ifilesearchpath.h>
+#include <ktbase/ktbase_export.h>
+
+class KTBASE_API KTSearchPath : public qrn::fwk::IFileSearchPath,
+                                public qrn::IBase,
+                                public qrn::IDestroy {
+ public:
+  KTSearchPath();
+  ~KTSearchPath() override;
+
+  // Adds `path` when it is a folder, else the folder that holds it (whether
+  // or not the named entry exists); adds nothing when that folder is missing.
+  // Duplicates are kept. `recursive` adds every sub-folder too, depth first,
+  // through this virtual operation. A null `path` adds nothing. Throws
+  // boost::filesystem::filesystem_error when a status or listing fails, e.g.
+  // on a symbolic-link loop.
+  void Add(const char* path, bool recursive) override;
+  // Appends (never clears) the non-folder entries directly inside each
+  // listed folder whose extension, dot included, equals `extension` exactly.
+  // Returns true. A null `extension` finds nothing. Throws
+  // boost::filesystem::filesystem_error when a listed folder cannot be read;
+  // what was appended before stays.
+  bool FindByExtension(std::vector<std::string>& found,
+                       const char* extension) override;
+  // "System.IO.SearchPath".
+  const char* GetClsName() override;
+
+ private:
+  std::vector<std::string> m_paths;
+};
+
+#endif  // KTBASE_KTSEARCHPATH_H

@@ -1,0 +1,58 @@
+// Temporary files and folders, and removal helpers.
+#ifndef KTBASE_KTTEMPFILE_H
+#define KTBASE_KTTEMPFILE_H
+
+#include <string>
+
+#include <ktbase/ktbase_export.h>
+
+// A temporary file named after a target: target + ".tmp".
+class KTBASE_API CKTTempFile {
+ public:
+  explicit CKTTempFile(bool deleteOnDestroy);
+  // Delete() when constructed with deleteOnDestroy. Never throws.
+  ~CKTTempFile();
+
+  // Removes the previous file, sets the path to target + ".tmp", and creates
+  // it empty unless the *target* exists and is readable (then false, nothing
+  // created, the path stays set). Never throws.
+  bool SetPath(const std::string& target);
+  // Removes the file at the path (kept, so a second call is harmless).
+  void Delete();
+  // A placeholder: reads and writes nothing, returns false.
+  bool CopyFrom(const std::string& source);
+  const std::string& string();
+
+ private:
+  bool m_deleteOnDestroy;
+  std::string m_path;
+};
+
+// Deliberately names no folder: its path is always empty. Kept for callers
+// built against it; do not rely on it for a usable folder.
+class KTBASE_API CKTTempDir {
+ public:
+  CKTTempDir();
+  // Removes the tree at the path when the path is not empty; never throws.
+  ~CKTTempDir();
+  const std::string& string();
+
+ private:
+  std::string m_path;
+};
+
+// True when nothing is at `path` afterwards (or never was); adds the owner's
+// write bit first. Never throws.
+KTBASE_API bool KTRemoveFile(const std::string& path);
+// Removes a folder tree, read-only files included (symbolic links to folders
+// are not followed). True when nothing is at `path` afterwards. Throws
+// boost::filesystem::filesystem_error when `path` cannot be listed (missing,
+// not a folder, no permission), a status cannot be read or a removal fails;
+// what was removed before stays removed.
+KTBASE_API bool KTRecursiveDelete(const std::string& path);
+// Adds the owner's write bit (0200) when it is clear; follows links. Throws
+// boost::filesystem::filesystem_error when the status cannot be read or the
+// permissions cannot be changed.
+KTBASE_API void KTMakeWritable(const std::string& path);
+
+#endif  // KTBASE_KTTEMPFILE_H

@@ -1,0 +1,38 @@
+#!/usr/bin/env bash
+# Installs the Debian 12 packages a build needs, only those that are missing.
+#   scripts/install-deps.sh [build|test|bench|guard|all]...   (default: test)
+# Runs apt-get as root (or through sudo when it is there).
+set -euo pipefail
+
+build=(g++ cmake ninja-build pkg-config libboost-filesystem-dev libboost-system-dev
+       libboost-dev libspdlog-dev libfmt-dev)
+test=("${build[@]}" libgtest-dev libgmock-dev)
+bench=("${build[@]}" libbenchmark-dev libpoco-dev libinih-dev uuid-dev)
+guard=("${test[@]}" clang libclang-rt-14-dev valgrind abigail-tools)
+
+wanted=()
+[ $# -eq 0 ] && set -- test
+for group in "$@"; do
+  case "$group" in
+    build) wanted+=("${build[@]}") ;;
+    test) wanted+=("${test[@]}") ;;
+    bench) wanted+=("${bench[@]}") ;;
+    guard) wanted+=("${guard[@]}") ;;
+    all) wanted+=("${test[@]}" "${bench[@]}" "${guard[@]}") ;;
+    *) echo "install-deps: unknown group '$group' (build, test, bench, guard, all)" >&2; exit 2 ;;
+  esac
+done
+
+missing=()
+for pkg in $(printf '%s\n' "${wanted[@]}" | sort -u); do
+  status=$(dpkg-query -W -f='${Status}' "$pkg" 2>/dev/null || true)
+  [ "$status" = "install ok installed" ] || missing+=("$pkg")
+done
+[ ${#missing[@]} -eq 0 ] && exit 0
+
+echo "install-deps: installing ${missing[*]}" >&2
+sudo=()
+[ "$(id -u)" -eq 0 ] || sudo=(sudo)
+export DEBIAN_FRONTEND=noninteractive
+"${sudo[@]}" apt-get update -qq
+"${sudo[@]}" apt-get install -y -qq --no-install-recommends "${missing[@]}" >/dev/null

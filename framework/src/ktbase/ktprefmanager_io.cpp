@@ -1,1 +1,153 @@
-// placeholder: implemented by its owner
+// Preference files: one `key=value` line per entry, no header, no escapes,
+// no comments. A load replaces one scope's map; a save rewrites one file (or
+// all three) from the maps.
+#include <ktbase/ktprefmanager.h>
+#include <logmanager/log.h>
+
+#include <cstdio>
+#include <string_view>
+
+namespace {
+
+constexpr char kSpace = ' ';
+
+// Reads the whole file as fgets chunks appended as C strings: text after a
+// zero byte inside a chunk is lost, deliberately (no length is kept per
+// chunk). A file that cannot be opened yields "" without a message.
+std::string ReadPrefFile(const std::string& path) {
+  std::string text;
+  std::FILE* file = std::fopen(path.c_str(), "rt");
+  if (file == nullptr) return text;
+  char buffer[1024];
+  while (std::fgets(buffer, sizeof buffer, file) != nullptr) text.append(buffer);
+  if (!std::feof(file)) {
+    // A read error (or a directory): what was read so far is still parsed.
+    Log::Singleton::Instance()->Stream(2)
+        << "Error: reading preferences from [" << path << "]" << std::endl;
+  }
+  std::fclose(file);
+  return text;
+}
+
+// One line (without its line feed) into `prefs`. Only ' ' is trimmed: tabs
+// and carriage returns belong to the key or value.
+void ParseLine(std::string_view line, const std::string& path,
+               std::map<std::string, std::string>& prefs) {
+  const std::size_t equal = line.find('=');
+  if (equal == std::string_view::npos) {
+    if (line.find_first_not_of(kSpace) != std::string_view::npos) {
+      // One record of two lines.
+      Log::Singleton::Instance()->Stream(1)
+          << "Warning : Ignoring line [" << std::string(line) << "] in " << path << std::endl
+          << "Reason : No '=' token found" << std::endl;
+    }
+    return;
+  }
+  // The key's edges come from two searches whose odd ends are kept on
+  // purpose: the first non-space may be the '=' itself (blank key part); the
+  // backward search starts just before '=', or at the end of the line when
+  // '=' comes first (equal - 1 wraps to npos); when it finds nothing the key
+  // runs to the end of the line. So "=abc" gives the key "=abc" and "  =x"
+  // the key "=x".
+  const std::size_t keyFirst = line.find_first_not_of(kSpace);
+  const std::size_t keyLast = line.find_last_not_of(kSpace, equal - 1);
+  const std::size_t keyLength =
+      keyLast == std::string_view::npos ? std::string_view::npos : keyLast - keyFirst + 1;
+  std::string key(line.substr(keyFirst, keyLength));
+
+  const std::size_t valueFirst = line.find_first_not_of(kSpace, equal + 1);
+  if (valueFirst == std::string_view::npos) {
+    prefs.insert_or_assign(std::move(key), std::string());
+    return;
+  }
+  const std::size_t valueLast = line.find_last_not_of(kSpace);
+  prefs.insert_or_assign(std::move(key),
+                         std::string(line.substr(valueFirst, valueLast - valueFirst + 1)));
+}
+
+}  // namespace
+
+// ePrefAll (and any other value) reads nothing and gives false: loading takes
+// one scope at a time.
+bool CKTPrefManager::LoadFromDisk(EPrefType type) {
+  switch (type) {
+    case ePrefUser:
+      m_loadedUser = LoadInternalFromDisk(m_prefFileUser, m_prefMapUser, m_loadedUser);
+      return m_loadedUser;
+    case ePrefProject:
+      m_loadedProject = LoadInternalFromDisk(m_prefFileProject, m_prefMapProject, m_loadedProject);
+      return m_loadedProject;
+    case ePrefSite:
+      m_loadedSite = LoadInternalFromDisk(m_prefFileSite, m_prefMapSite, m_loadedSite);
+      return m_loadedSite;
+    default:
+      return false;
+  }
+}
+
+// Returns true whenever it does not throw (missing file and read error
+// included), so the scope counts as loaded in every case. An already loaded
+// scope is left as it is, setter changes included.
+bool CKTPrefManager::LoadInternalFromDisk(const std::string& path,
+                                          std::map<std::string, std::string>& prefs, bool& loaded) {
+  if (loaded) return true;
+  prefs.clear();  // before the open: a missing file leaves the scope empty
+  const std::string text = ReadPrefFile(path);
+
+  // Lines as std::getline cuts them: a last line without a line feed counts,
+  // a final line feed adds no empty line.
+  const std::string_view all(text);
+  std::size_t start = 0;
+  while (start < all.size()) {
+    std::size_t end = all.find('\n', start);
+    if (end == std::string_view::npos) end = all.size();
+    ParseLine(all.substr(start, end - start), path, prefs);
+    start = end + 1;
+  }
+  return true;
+}
+
+// Deliberately true only when some file was written short; every save asked
+// for runs, in the order user, project, site.
+bool CKTPrefManager::SaveToDisk(EPrefType type) {
+  if (!m_writable) return false;
+  bool shortWrite = false;
+  if (type == ePrefUser || type == ePrefAll)
+    shortWrite = SaveInternalToDisk(m_prefFileUser, m_prefMapUser) || shortWrite;
+  if (type == ePrefProject || type == ePrefAll)
+    shortWrite = SaveInternalToDisk(m_prefFileProject, m_prefMapProject) || shortWrite;
+  if (type == ePrefSite || type == ePrefAll)
+    shortWrite = SaveInternalToDisk(m_prefFileSite, m_prefMapSite) || shortWrite;
+  return shortWrite;
+}
+
+// True only for a short write (a zero byte in the text stops "%s"; a failing
+// device makes fprintf report an error). No file name or an empty scope
+// touches no file (an emptied scope keeps its old file); a file that cannot
+// be opened gives false without a message.
+bool CKTPrefManager::SaveInternalToDisk(const std::string& path,
+                                        const std::map<std::string, std::string>& prefs) {
+  if (path.empty() || prefs.empty()) return false;
+
+  std::size_t size = 0;
+  for (const auto& entry : prefs) size += entry.first.size() + entry.second.size() + 2;
+  std::string text;
+  text.reserve(size);
+  for (const auto& entry : prefs) {
+    text += entry.first;
+    text += '=';
+    text += entry.second;
+    text += '\n';
+  }
+
+  std::FILE* file = std::fopen(path.c_str(), "wt");
+  if (file == nullptr) return false;
+  const int written = std::fprintf(file, "%s", text.c_str());
+  const bool shortWrite = written < 0 || static_cast<std::size_t>(written) < text.size();
+  if (shortWrite) {
+    Log::Singleton::Instance()->Stream(2)
+        << "Error: writing preferences to [" << path << "]" << std::endl;
+  }
+  std::fclose(file);
+  return shortWrite;
+}

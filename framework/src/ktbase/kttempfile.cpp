@@ -1,1 +1,110 @@
-// placeholder: implemented by its owner
+// Temporary files and folders, and removal of files and folder trees.
+#include <ktbase/kttempfile.h>
+#include <unistd.h>
+
+#include <boost/filesystem.hpp>
+#include <boost/system/error_code.hpp>
+#include <cstdio>
+
+namespace fs = boost::filesystem;
+
+CKTTempFile::CKTTempFile(bool deleteOnDestroy) : m_deleteOnDestroy(deleteOnDestroy) {}
+
+CKTTempFile::~CKTTempFile() {
+  if (m_deleteOnDestroy) {
+    try {
+      Delete();
+    } catch (...) {  // only allocation can fail here; a destructor must not throw
+    }
+  }
+}
+
+bool CKTTempFile::SetPath(const std::string& target) {
+  Delete();
+  m_path = target + ".tmp";
+  // The test is on the target itself, not on the ".tmp" name: an existing,
+  // readable target means there is nothing to stage.
+  if (access(target.c_str(), R_OK) == 0) {
+    return false;
+  }
+  std::FILE* file = std::fopen(m_path.c_str(), "w");
+  if (file == nullptr) {
+    return false;
+  }
+  std::fclose(file);
+  return true;
+}
+
+void CKTTempFile::Delete() {
+  // The path is kept: a second call simply finds nothing to remove.
+  if (!m_path.empty()) {
+    KTRemoveFile(std::string(m_path));
+  }
+}
+
+bool CKTTempFile::CopyFrom(const std::string& /*source*/) { return false; }
+
+const std::string& CKTTempFile::string() { return m_path; }
+
+CKTTempDir::CKTTempDir() {
+  // The unnamed temporary file has an empty path, so every step below fails
+  // quietly and the stored path stays empty; kept as callers know it.
+  CKTTempFile file(false);
+  const fs::path dir(file.string());
+  boost::system::error_code ec;
+  fs::remove(dir, ec);
+  fs::create_directories(dir, ec);
+  if (fs::status(dir, ec).type() == fs::directory_file) {
+    m_path = dir.string();
+  }
+}
+
+CKTTempDir::~CKTTempDir() {
+  if (m_path.empty()) {
+    return;  // removing "" would only fail in the filesystem library
+  }
+  try {
+    KTRecursiveDelete(m_path);
+  } catch (...) {
+  }
+}
+
+const std::string& CKTTempDir::string() { return m_path; }
+
+bool KTRemoveFile(const std::string& path) {
+  if (access(path.c_str(), F_OK) != 0) {
+    return true;  // nothing there
+  }
+  try {
+    KTMakeWritable(path);
+    fs::remove(fs::path(path));
+  } catch (...) {
+    return false;
+  }
+  return true;
+}
+
+bool KTRecursiveDelete(const std::string& path) {
+  const fs::path top(path);
+  // Files first, made writable, so that remove_all() only meets folders.
+  // Linked folders are not entered; a link to a file counts as a file.
+  for (fs::recursive_directory_iterator it(top, fs::directory_options::none), end; it != end;
+       ++it) {
+    const fs::path entry = it->path();
+    if (fs::status(entry).type() == fs::regular_file) {
+      KTMakeWritable(entry.string());
+      fs::remove(entry);
+    }
+  }
+  fs::remove_all(top);
+  const fs::file_type type = fs::status(top).type();
+  return type == fs::status_error || type == fs::file_not_found;
+}
+
+void KTMakeWritable(const std::string& path) {
+  const fs::path target(path);
+  const fs::file_status status = fs::status(target);
+  if ((status.permissions() & fs::owner_write) == 0) {
+    fs::permissions(target, fs::add_perms | fs::owner_write);
+  }
+}

@@ -1,0 +1,135 @@
+// Debug service, assertion report, reference count, file log.
+#include <fcntl.h>
+#include <gtest/gtest.h>
+#include <ktbase/ktbaserefcount.h>
+#include <ktbase/ktdebug.h>
+#include <ktbase/ktfilelog.h>
+#include <ktbase/platform_linux.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <string>
+#include <vector>
+
+#include "test_support.h"
+
+namespace {
+
+// Records each line with the three values the service passes along.
+class Console : public qrn::diagnostics::IOutputConsole {
+ public:
+  void Write(const std::string& text, int a, int b, int c) override {
+    lines.push_back(text + "|" + std::to_string(a) + std::to_string(b) + std::to_string(c));
+  }
+  std::vector<std::string> lines;
+};
+
+TEST(DebugTest, PrintDebugStringSendsOneLineToTheLastConsole) {
+  const struct {
+    const char* in;
+    const char* out;
+  } cases[] = {{"abc", "abc\n|003"}, {"abc\n", "abc\n|003"}, {"a\nb", "a\nb\n|003"},
+               {"", "|003"},         {"\n", "\n|003"},       {"a\n\n", "a\n\n|003"}};
+  for (const auto& c : cases) {
+    SCOPED_TRACE(c.in);
+    ktdebug debug;
+    Console first, last;
+    debug.PrintDebugString("nobody listens");
+    debug.RegisterDebugOutputConsole(&first);
+    debug.RegisterDebugOutputConsole(&last);
+    debug.PrintDebugString(c.in);
+    debug.InstanceCountIncrease("X");
+    debug.InstanceCountDecrease(nullptr);
+    debug.DumpLeaks();
+    debug.RegisterDebugOutputConsole(nullptr);
+    debug.PrintDebugString("off");
+    EXPECT_TRUE(first.lines.empty());
+    EXPECT_EQ(last.lines, std::vector<std::string>{c.out});
+  }
+}
+
+TEST(AssertTest, FailureFormatsTheReportAndEverythingReturnsFalse) {
+  ktdebug debug;
+  EXPECT_FALSE(debug.Assert(false, "x > 0", "msg", "+detail", "f.cpp", 7, false));
+  const std::string report = ktGetAssertReport();
+  EXPECT_EQ(report,
+            "Error: ( msg+detail )\nFAILED: x > 0\n\nFile 'f.cpp', Line 7\n\n\n"
+            "Abort execution, allow assert Retry, or Ignore in future?");
+  EXPECT_FALSE(debug.Assert(true, "other", "other", nullptr, "other", 1, true));
+  EXPECT_EQ(ktGetAssertReport(), report);  // a held condition writes nothing
+
+  EXPECT_FALSE(_plateform_assert(false, nullptr, nullptr, nullptr, nullptr, -1, true));
+  EXPECT_STREQ(ktGetAssertReport(),
+               "Error: (  )\nFAILED: \n\nFile '', Line -1\n\n\n"
+               "Abort execution, allow assert Retry, or Ignore in future?");
+
+  const std::string huge(10000, 'm');  // cut to the buffer, never past it
+  _plateform_assert(false, "f", huge.c_str(), huge.c_str(), "file", 1, true);
+  EXPECT_EQ(ktGetAssertReport(), ("Error: ( " + huge).substr(0, 2047));
+}
+
+int g_destroyed = 0;
+struct Counted : ktbaserefcount {
+  ~Counted() override { ++g_destroyed; }
+};
+
+TEST(RefCountTest, LastReleaseDestroysTheMostDerivedObject) {
+  g_destroyed = 0;
+  EXPECT_EQ((new Counted)->Release(), 0);
+  EXPECT_EQ(g_destroyed, 1);
+  Counted* counted = new Counted;
+  EXPECT_EQ(counted->AddRef(), 2);
+  EXPECT_EQ(counted->Release(), 1);
+  EXPECT_EQ(g_destroyed, 1);
+  EXPECT_EQ(counted->Release(), 0);
+  EXPECT_EQ(g_destroyed, 2);
+}
+
+class FileLogTest : public kttest::TempDirTest {};
+
+TEST_F(FileLogTest, WritesExactlyTheCallersText) {
+  const std::string first = path("1.log"), second = path("2.log");
+  ktFileLog log;
+  log.WriteLine("nowhere");  // no stream: nothing, no failure
+  log.Flush();
+  EXPECT_EQ(log.Detach(), nullptr);
+  ASSERT_TRUE(log.Open(first.c_str(), "w"));
+  log.Write("a");
+  log.WriteLine("b%d%s");
+  log.Close();
+  log.WriteLine("after close");
+  EXPECT_EQ(readFile(first), "ab%d%s\n");
+  ASSERT_TRUE(log.Open(first.c_str(), "a"));
+  log.Write("c");
+  ASSERT_TRUE(log.Open(second.c_str(), "w"));  // closes (and flushes) the first
+  EXPECT_EQ(readFile(first), "ab%d%s\nc");
+  log.Write("two");
+  EXPECT_FALSE(log.Open(path("no/such/dir/3.log").c_str(), "w"));
+  EXPECT_EQ(readFile(second), "two");
+  EXPECT_FALSE(log.Open(nullptr, "w"));
+  EXPECT_EQ(log.Detach(), nullptr);
+}
+
+TEST_F(FileLogTest, AttachedStreamIsOwnedUntilDetached) {
+  const std::string file = path("attached.log");
+  const int fd = ::open(file.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0600);
+  ASSERT_GE(fd, 0);
+  FILE* stream = ::fdopen(fd, "w");
+  {
+    ktFileLog log;
+    log.Attach(stream);
+    log.Write("kept");
+    EXPECT_EQ(log.Detach(), stream);
+  }
+  EXPECT_NE(::fcntl(fd, F_GETFD), -1);  // detached: still open
+  {
+    ktFileLog log;
+    log.Attach(stream);
+    log.WriteLine("+owned");
+  }
+  EXPECT_EQ(::fcntl(fd, F_GETFD), -1);  // the destructor closed it
+  EXPECT_EQ(errno, EBADF);
+  EXPECT_EQ(readFile(file), "kept+owned\n");
+}
+
+}  // namespace

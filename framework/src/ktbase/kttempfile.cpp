@@ -94,6 +94,9 @@ bool KTRecursiveDelete(const std::string& path) {
     if (fs::status(entry).type() == fs::regular_file) {
       KTMakeWritable(entry.string());
       fs::remove(entry);
+      // Nothing to descend into; also keeps the iterator from inspecting the
+      // entry it no longer finds.
+      it.disable_recursion_pending();
     }
   }
   fs::remove_all(top);

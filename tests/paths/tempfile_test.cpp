@@ -1,0 +1,109 @@
+#include <gtest/gtest.h>
+#include <ktbase/kttempfile.h>
+
+#include <boost/filesystem.hpp>
+
+#include "test_support.h"
+
+namespace fs = boost::filesystem;
+
+namespace {
+
+using TempFileTest = kttest::TempDirTest;
+
+fs::perms Perms(const std::string& p) { return fs::status(p).permissions(); }
+bool Exists(const std::string& p) { return fs::exists(fs::symlink_status(p)); }
+
+TEST_F(TempFileTest, SetPathCreatesOnlyWhenTargetMissing) {
+  const std::string present = writeFile("present.prefs", "x");
+  {
+    CKTTempFile tmp(true);
+    EXPECT_FALSE(tmp.SetPath(present));
+    EXPECT_EQ(tmp.string(), present + ".tmp");
+    EXPECT_FALSE(Exists(present + ".tmp"));
+  }
+  const std::string absent = path("absent.prefs");
+  {
+    CKTTempFile tmp(true);
+    EXPECT_TRUE(tmp.SetPath(absent));
+    EXPECT_EQ(readFile(absent + ".tmp"), std::string());
+    // A new path removes the previous file.
+    EXPECT_TRUE(tmp.SetPath(path("other")));
+    EXPECT_FALSE(Exists(absent + ".tmp"));
+    EXPECT_TRUE(Exists(path("other.tmp")));
+    EXPECT_FALSE(tmp.CopyFrom(present));
+    EXPECT_EQ(readFile(path("other.tmp")), std::string());
+  }
+  EXPECT_FALSE(Exists(path("other.tmp")));  // deleteOnDestroy
+  {
+    CKTTempFile keep(false);
+    EXPECT_TRUE(keep.SetPath(absent));
+    EXPECT_FALSE(keep.SetPath(path("no-such-dir/file")));  // cannot create
+    EXPECT_TRUE(keep.SetPath(absent));
+    keep.Delete();
+    keep.Delete();
+    EXPECT_EQ(keep.string(), absent + ".tmp");
+    EXPECT_TRUE(keep.SetPath(absent));
+  }
+  EXPECT_TRUE(Exists(absent + ".tmp"));
+  CKTTempFile unset(true);
+  unset.Delete();
+  EXPECT_EQ(unset.string(), "");
+}
+
+TEST_F(TempFileTest, MakeWritableAddsOnlyOwnerWrite) {
+  const std::string file = writeFile("ro", "");
+  fs::permissions(file, fs::owner_read | fs::group_read | fs::others_exe);
+  KTMakeWritable(file);
+  EXPECT_EQ(Perms(file), fs::owner_read | fs::owner_write | fs::group_read | fs::others_exe);
+  KTMakeWritable(file);  // already set: unchanged
+  EXPECT_EQ(Perms(file), fs::owner_read | fs::owner_write | fs::group_read | fs::others_exe);
+  // Through a link, the target changes.
+  fs::permissions(file, fs::owner_read);
+  fs::create_symlink(file, path("link"));
+  KTMakeWritable(path("link"));
+  EXPECT_EQ(Perms(file), fs::owner_read | fs::owner_write);
+  EXPECT_THROW(KTMakeWritable(path("missing")), fs::filesystem_error);
+}
+
+TEST_F(TempFileTest, RemoveFile) {
+  const std::string file = writeFile("d/ro", "data");
+  fs::permissions(file, fs::owner_read);
+  EXPECT_TRUE(KTRemoveFile(file));
+  EXPECT_FALSE(Exists(file));
+  EXPECT_TRUE(KTRemoveFile(file));  // nothing there
+  EXPECT_TRUE(KTRemoveFile(""));
+  writeFile("full/x", "");
+  EXPECT_FALSE(KTRemoveFile(path("full")));  // a non-empty folder cannot go
+  EXPECT_TRUE(Exists(path("full/x")));
+}
+
+TEST_F(TempFileTest, RecursiveDeleteTreeWithReadOnlyFiles) {
+  writeFile("t/a.txt", "");
+  writeFile("t/s/b.txt", "");
+  writeFile("keep/target", "");
+  fs::permissions(path("t/a.txt"), fs::owner_read);
+  fs::permissions(path("t/s/b.txt"), fs::others_read);
+  fs::permissions(path("keep/target"), fs::owner_read);
+  fs::create_symlink(path("keep/target"), path("t/s/filelink"));
+  fs::create_directory_symlink(path("keep"), path("t/dirlink"));
+  EXPECT_TRUE(KTRecursiveDelete(path("t")));
+  EXPECT_FALSE(Exists(path("t")));
+  // Linked folders are not entered; a linked file's target became writable.
+  EXPECT_TRUE(Exists(path("keep/target")));
+  EXPECT_EQ(Perms(path("keep/target")), fs::owner_read | fs::owner_write);
+  EXPECT_THROW(KTRecursiveDelete(path("t")), fs::filesystem_error);
+  EXPECT_THROW(KTRecursiveDelete(path("keep/target")), fs::filesystem_error);
+  EXPECT_THROW(KTRecursiveDelete(""), fs::filesystem_error);
+}
+
+TEST_F(TempFileTest, TempDirNamesNothing) {
+  const std::string cwd = fs::current_path().string();
+  {
+    CKTTempDir dir;
+    EXPECT_EQ(dir.string(), "");
+  }  // destructor harmless
+  EXPECT_EQ(fs::current_path().string(), cwd);
+}
+
+}  // namespace

@@ -28,7 +28,8 @@ void KTSearchPath::Add(const char* path, bool recursive) {
     return;
   }
   // Depth first through the virtual Add. No cycle guard: a linked loop ends
-  // when the loader of paths gives up (ELOOP / ENAMETOOLONG), which throws.
+  // when the system refuses the ever longer path (ELOOP or ENAMETOOLONG from
+  // a status call), which throws.
   for (fs::directory_iterator it(folder), end; it != end; ++it) {
     if (fs::status(it->path()).type() == fs::directory_file) {
       Add(it->path().c_str(), true);

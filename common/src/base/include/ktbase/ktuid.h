@@ -25,8 +25,9 @@ class KTBASE_API KtUID {
   explicit KtUID(const vorn::runtime::Array<unsigned char, 16>& bytes);
   // With `validate`, text failing IsUID() gives the null identifier (null
   // text included). Without, the 16 digit pairs are read from their fixed
-  // positions unchecked (a bad digit counts as 15 and 0xF0 | low): the text
-  // must then be non-null with at least 36 readable characters.
+  // positions unchecked (a bad digit counts as 255, so a bad low digit gives
+  // 0xFF and a bad high digit alone 0xF0 | low): the text must then have at
+  // least 36 readable characters (null gives the null identifier).
   KtUID(const char* text, bool validate);
 
   // Exactly 8-4-4-4-12 hexadecimal digits of either case, hyphens at 8, 13,

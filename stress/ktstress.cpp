@@ -1,0 +1,302 @@
+// ktstress: many system lifecycles and preference operations in one process,
+// then a check that resident memory did not grow.
+//
+//   ktstress [--cycles N] [--pref-ops N] [--max-growth PERCENT]
+//
+// Each cycle initialises the system, registers and uses singletons, a
+// component, named objects, startup factories and objects handed over for
+// deletion, then exits the system; the preference operations (writes and
+// reads in equal number, over a fixed set of keys, with a save and reload
+// every tenth of the run) are spread over the cycles. The program checks that
+// every object made in a cycle is destroyed by its end, and compares the
+// resident set after the first cycle with the one after the run. Exit status:
+// 0 when within --max-growth (default 5%), 1 otherwise or on a broken check,
+// 2 on bad arguments. All files go to a private folder (also "TMPDIR") that is
+// removed at the end.
+#include <ktbase/ibase.h>
+#include <ktbase/idestroy.h>
+#include <ktbase/irefcount.h>
+#include <ktbase/isingleton.h>
+#include <ktbase/isystem.h>
+#include <ktbase/ktbase.h>
+#include <ktbase/ktprefmanager.h>
+#include <unistd.h>
+
+#include <boost/filesystem.hpp>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <fstream>
+#include <memory>
+#include <string>
+#include <vector>
+
+namespace {
+
+long g_live = 0;  // objects of this program alive right now
+long g_inits = 0;
+long g_terms = 0;
+long g_factoryRuns = 0;
+bool g_failed = false;
+
+void Check(bool condition, const char* what, long cycle) {
+  if (condition || g_failed) return;
+  std::fprintf(stderr, "ktstress: check failed in cycle %ld: %s\n", cycle, what);
+  g_failed = true;
+}
+
+struct Counted {
+  Counted() { ++g_live; }
+  Counted(const Counted&) = delete;
+  Counted& operator=(const Counted&) = delete;
+  ~Counted() { --g_live; }
+};
+
+class Service final : public qrn::IBase, public qrn::ISingleton, public qrn::IDestroy {
+ public:
+  const char* GetClsName() override { return "Stress.Service"; }
+  void Init() override { ++g_inits; }
+  void Term() override { ++g_terms; }
+
+ private:
+  Counted m_counted;
+  std::vector<int> m_payload = std::vector<int>(64, 7);
+};
+
+// Reference-counted only: the system releases it once at shutdown.
+class Shared final : public qrn::IBase, public qrn::IRefCount {
+ public:
+  const char* GetClsName() override { return "Stress.Shared"; }
+  long AddRef() override { return ++m_refs; }
+  long Release() override {
+    const long left = --m_refs;
+    if (left == 0) delete this;
+    return left;
+  }
+
+ private:
+  Counted m_counted;
+  long m_refs = 1;
+};
+
+class Component final : public qrn::IBase, public qrn::IDestroy {
+ public:
+  const char* GetClsName() override { return "Stress.Component"; }
+
+ private:
+  Counted m_counted;
+};
+
+qrn::IBase* MakeService() { return new Service; }
+qrn::IBase* MakeComponent() { return new Component; }
+qrn::IBase* MakeNothing() { return nullptr; }
+void CountFactory() { ++g_factoryRuns; }
+void RegisterAnother() {
+  ++g_factoryRuns;
+  qrnGetSystem()->RegisterStartupFactory(&CountFactory);
+}
+
+long ResidentKiB() {
+  std::ifstream statm("/proc/self/statm");
+  long pages = 0, resident = 0;
+  statm >> pages >> resident;
+  return resident * (sysconf(_SC_PAGESIZE) / 1024);
+}
+
+void OneCycle(long cycle, int argc, char** argv) {
+  qrn::ISystem* system = qrnInitSystem(cycle % 2 == 0, argc, argv);
+  Check(system != nullptr && qrnIsSystemInitialized(), "qrnInitSystem", cycle);
+  if (system == nullptr) return;
+  Check(qrnInitSystem(false, 0, nullptr) == system, "second qrnInitSystem", cycle);
+
+  static const char* const names[] = {"Stress.A", "Stress.B", "Stress.C", "Stress.D"};
+  for (const char* name : names) system->RegisterSingleton(name, &MakeService);
+  system->RegisterSingleton("Stress.Null", &MakeNothing);
+  for (const char* name : names)
+    Check(system->GetSingleton(name) == system->GetSingleton(name), "same singleton twice", cycle);
+  Check(system->GetSingleton("Stress.Null") == nullptr, "null singleton", cycle);
+  Check(system->GetSingleton("Stress.Unknown") == nullptr, "unknown singleton", cycle);
+  system->RegisterSingleton("Stress.A", &MakeService);  // Term() now, destroyed at exit
+  system->GetSingleton("Stress.A");
+
+  system->RegisterComponent("Stress.Component", &MakeComponent);
+  for (int i = 0; i < 3; ++i) {
+    std::unique_ptr<qrn::IBase> component(system->CreateComponent("Stress.Component"));
+    Check(component != nullptr, "component", cycle);
+  }
+
+  auto* shared = new Shared;
+  system->SetNamedObject("Stress.Shared", shared);
+  Check(system->GetNamedObject("Stress.Shared") == shared, "named object", cycle);
+  system->SetNamedObject("Stress.Null", nullptr);
+  system->RemoveNamedObject("Stress.Shared");
+  system->RemoveNamedObject("Stress.Unknown");
+  system->RegisterObjectForDeletion(shared);
+  system->RegisterObjectForDeletion(new Component);
+  system->RegisterObjectForDeletion(nullptr);
+
+  system->RegisterStartupFactory(&CountFactory);
+  system->RegisterStartupFactory(&RegisterAnother);
+  system->RunStartupFactories();
+  system->RunStartupFactories();
+  system->RegisterStartupFactory(&CountFactory);  // never run: discarded at exit
+  system->Debug();
+
+  std::vector<std::string> args;
+  system->GetApplicationArguments(args);
+  Check(args.size() == static_cast<size_t>(argc), "arguments", cycle);
+
+  Check(qrnExitSystem(), "qrnExitSystem", cycle);
+  Check(!qrnExitSystem() && !qrnIsSystemInitialized(), "no system after exit", cycle);
+  Check(g_live == 0, "every object destroyed at exit", cycle);
+}
+
+// `count` preference operations, half writes and half reads, over kKeys keys.
+// Each key always gets the same type and value (whichever scope a write
+// picks), so a read through the full lookup knows what to expect.
+constexpr long kKeys = 1000;
+
+void PrefOps(IKTPrefManager& prefs, long first, long count, long cycle) {
+  for (long op = first; op < first + count; ++op) {
+    const long n = op / 2, k = n % kKeys;
+    const std::string key = "Stress.Key" + std::to_string(k);
+    const auto scope = static_cast<IKTPrefManager::EPrefType>(n % 3);
+    if (op % 2 == 0) {
+      switch (k % 5) {
+        case 0:
+          prefs.SetPref(key, std::string(static_cast<size_t>(k % 40), 'v'), scope);
+          break;
+        case 1:
+          prefs.SetPref(key, static_cast<int>(k), scope);
+          break;
+        case 2:
+          prefs.SetPref(key, static_cast<float>(k) / 8.0f, scope);
+          break;
+        case 3:
+          prefs.SetPref(key, k % 2 == 0, scope);
+          break;
+        default:
+          prefs.SetPref(key, std::vector<std::string>{"a", std::to_string(k), "c"}, ';', scope);
+      }
+      continue;
+    }
+    switch (k % 5) {
+      case 0: {
+        std::string value;
+        prefs.GetPref(key, std::string(), value, false);
+        Check(value.size() == static_cast<size_t>(k % 40), "string read back", cycle);
+        break;
+      }
+      case 1: {
+        int value = -1;
+        Check(prefs.GetPref(key, -1, value, false) == static_cast<int>(k), "int read back", cycle);
+        break;
+      }
+      case 2: {
+        float value = -1;
+        Check(prefs.GetPref(key, -1.0f, value, scope == IKTPrefManager::ePrefSite) ==
+                  static_cast<float>(k) / 8.0f,
+              "float read back", cycle);
+        break;
+      }
+      case 3:
+        Check(prefs.IsPref(key, k % 2 != 0, false) == (k % 2 == 0), "bool read back", cycle);
+        break;
+      default: {
+        std::vector<std::string> values;
+        prefs.GetPref(key, ';', {}, values, false);
+        Check(values.size() == 3 && values[1] == std::to_string(k), "list read back", cycle);
+      }
+    }
+  }
+}
+
+// Save every scope, then read the user and site scopes back from disk (a
+// scope is read again only after its file was set anew).
+void SaveAndReload(IKTPrefManager& prefs, const std::string& folder) {
+  prefs.SaveToDisk(IKTPrefManager::ePrefAll);
+  prefs.Configure(folder + "/elsewhere.prefs", IKTPrefManager::ePrefUser);
+  prefs.Configure(folder + "/user.prefs", IKTPrefManager::ePrefUser);
+  prefs.Configure(folder + "/site.prefs", IKTPrefManager::ePrefSite);
+  prefs.LoadFromDisk(IKTPrefManager::ePrefUser);
+  prefs.LoadFromDisk(IKTPrefManager::ePrefSite);
+}
+
+bool ParseCount(const char* text, long& out) {
+  char* end = nullptr;
+  const long value = std::strtol(text, &end, 10);
+  if (end == text || *end != '\0' || value < 1) return false;
+  out = value;
+  return true;
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+  long cycles = 100000, prefOps = 1000000, maxGrowth = 5;
+  for (int i = 1; i < argc; ++i) {
+    long* target = std::strcmp(argv[i], "--cycles") == 0       ? &cycles
+                   : std::strcmp(argv[i], "--pref-ops") == 0   ? &prefOps
+                   : std::strcmp(argv[i], "--max-growth") == 0 ? &maxGrowth
+                                                               : nullptr;
+    if (target == nullptr || i + 1 == argc || !ParseCount(argv[++i], *target)) {
+      std::fprintf(stderr, "usage: %s [--cycles N] [--pref-ops N] [--max-growth PERCENT]\n",
+                   argv[0]);
+      return 2;
+    }
+  }
+
+  namespace fs = boost::filesystem;
+  const fs::path folder = fs::temp_directory_path() / fs::unique_path("ktstress-%%%%-%%%%");
+  fs::create_directories(folder);
+  ::setenv("TMPDIR", folder.string().c_str(), 1);
+
+  int rc = 0;
+  long rssFirst = 0, rssLast = 0;
+  {
+    std::unique_ptr<IKTPrefManager> prefs(IKTPrefManager::Create());
+    prefs->Configure((folder / "user.prefs").string(), (folder / "project.prefs").string(),
+                     (folder / "site.prefs").string());
+    // Every key exists, and the files have been written and read once, before
+    // the first measurement: the maps keep their size from then on.
+    PrefOps(*prefs, 0, 2 * kKeys * 3, 0);
+    SaveAndReload(*prefs, folder.string());
+
+    const long opsPerCycle = prefOps / cycles, extraOps = prefOps % cycles;
+    const long reloadEvery = cycles >= 10 ? cycles / 10 : 1;
+    long done = 0;
+    for (long cycle = 1; cycle <= cycles && !g_failed; ++cycle) {
+      OneCycle(cycle, argc, argv);
+      const long ops = opsPerCycle + (cycle <= extraOps ? 1 : 0);
+      PrefOps(*prefs, 2 * kKeys * 3 + done, ops, cycle);
+      done += ops;
+      if (cycle % reloadEvery == 0) SaveAndReload(*prefs, folder.string());
+      if (cycle == 1) rssFirst = ResidentKiB();
+    }
+    rssLast = ResidentKiB();
+
+    const double ratio = rssFirst > 0 ? static_cast<double>(rssLast) / rssFirst : 0.0;
+    std::printf("cycles                 %ld\n", cycles);
+    std::printf("singleton inits/terms  %ld/%ld\n", g_inits, g_terms);
+    std::printf("startup factory runs   %ld\n", g_factoryRuns);
+    std::printf("preference operations  %ld (plus %ld to create the keys)\n", done, 2 * kKeys * 3);
+    std::printf("RSS after first cycle  %ld KiB\n", rssFirst);
+    std::printf("RSS after the run      %ld KiB\n", rssLast);
+    std::printf("ratio                  %.4f (limit %.2f)\n", ratio, 1.0 + maxGrowth / 100.0);
+    if (g_failed) {
+      rc = 1;
+    } else if (rssLast * 100 > rssFirst * (100 + maxGrowth)) {
+      std::fprintf(stderr, "ktstress: resident memory grew by more than %ld%%\n", maxGrowth);
+      rc = 1;
+    } else {
+      Check(g_inits == g_terms, "every Init() has its Term()", cycles);
+      Check(g_live == 0, "nothing left alive", cycles);
+      if (g_failed) rc = 1;
+    }
+    prefs->Writable(false);
+  }
+  boost::system::error_code ec;
+  fs::remove_all(folder, ec);
+  std::printf("result                 %s\n", rc == 0 ? "ok" : "FAILED");
+  return rc;
+}

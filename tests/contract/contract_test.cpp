@@ -103,7 +103,15 @@ TEST(Contract, PrefManagerSlots) {
   char dir[] = "/tmp/ktcontract-XXXXXX";
   ASSERT_NE(mkdtemp(dir), nullptr);
   const std::string user = std::string(dir) + "/u.prefs";
+  // The manager creates <TMPDIR>/Norvex/Tessel: keep it inside our folder.
+  const char* oldTmp = std::getenv("TMPDIR");
+  const std::string savedTmp = oldTmp != nullptr ? oldTmp : "";
+  setenv("TMPDIR", dir, 1);
   IKTPrefManager* prefs = IKTPrefManager::Create();
+  if (oldTmp != nullptr)
+    setenv("TMPDIR", savedTmp.c_str(), 1);
+  else
+    unsetenv("TMPDIR");
   ASSERT_NE(prefs, nullptr);
   EXPECT_STREQ(prefs->GetClsName(), "PrefManager");
   prefs->Configure(user, IKTPrefManager::ePrefUser);

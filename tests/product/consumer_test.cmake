@@ -1,0 +1,95 @@
+# cmake -P: installs the build into a fresh prefix, checks the installed
+# layout and run paths, runs the installed programs, then builds an
+# out-of-tree plug-in against the prefix (CMake package, then pkg-config) and
+# runs the installed kthost on it.
+cmake_minimum_required(VERSION 3.25)
+foreach(var BUILD_DIR CONSUMER_SOURCE WORK_DIR GENERATOR CXX_COMPILER)
+  if(NOT DEFINED ${var})
+    message(FATAL_ERROR "consumer test: -D${var}=... is missing")
+  endif()
+endforeach()
+
+file(REMOVE_RECURSE "${WORK_DIR}")
+set(prefix "${WORK_DIR}/prefix")
+set(bin "${prefix}/bin/linux_intel.release")
+file(MAKE_DIRECTORY "${WORK_DIR}/tmp")
+set(ENV{TMPDIR} "${WORK_DIR}/tmp")  # the preference manager's user folder
+unset(ENV{LD_LIBRARY_PATH})         # run paths alone must do
+unset(ENV{PKG_CONFIG_PATH})
+
+# Runs a command; stops with its output when it fails. Sets OUT, spaces
+# squeezed, for expect().
+function(run)
+  execute_process(COMMAND ${ARGN} RESULT_VARIABLE status OUTPUT_VARIABLE out ERROR_VARIABLE err)
+  if(NOT status EQUAL 0)
+    message(FATAL_ERROR "failed (${status}): ${ARGN}\n${out}\n${err}")
+  endif()
+  string(REGEX REPLACE " +" " " out "${out}")
+  set(OUT "${out}" PARENT_SCOPE)
+endfunction()
+
+function(expect text)
+  string(FIND "${OUT}" "${text}" at)
+  if(at EQUAL -1)
+    message(FATAL_ERROR "expected '${text}' in:\n${OUT}")
+  endif()
+endfunction()
+
+run("${CMAKE_COMMAND}" --install "${BUILD_DIR}" --prefix "${prefix}")
+
+set(elf_files
+  "bin/linux_intel.release/libktbase.so=$ORIGIN"
+  "bin/linux_intel.release/liblogmanager.so=$ORIGIN"
+  "bin/linux_intel.release/kthost=$ORIGIN"
+  "bin/linux_intel.release/ktprefs=$ORIGIN"
+  "plugins/libexample_greeter.so=$ORIGIN/../bin/linux_intel.release"
+  "plugins/libexample_welcome.so=$ORIGIN/../bin/linux_intel.release")
+foreach(entry IN LISTS elf_files)
+  string(REGEX MATCH "^([^=]+)=(.*)$" _ "${entry}")
+  set(file "${CMAKE_MATCH_1}")
+  set(want "${CMAKE_MATCH_2}")
+  run(readelf -d "${prefix}/${file}")
+  string(REGEX MATCH "\\(RUNPATH\\)[^\n]*\\[([^\n]*)\\]" found "${OUT}")
+  if(NOT CMAKE_MATCH_1 STREQUAL want OR OUT MATCHES "\\(RPATH\\)")
+    message(FATAL_ERROR "${file}: run path '${CMAKE_MATCH_1}', expected RUNPATH '${want}'")
+  endif()
+endforeach()
+foreach(file
+    include/ktbase/ktbase.h include/ktbase/ktplugin.h include/ktbase/moduleutils.h
+    include/logmanager/log.h lib/cmake/ktbase/ktbaseConfig.cmake
+    lib/cmake/ktbase/ktbaseConfigVersion.cmake lib/pkgconfig/ktbase.pc site.prefs)
+  if(NOT EXISTS "${prefix}/${file}")
+    message(FATAL_ERROR "not installed: ${file}")
+  endif()
+endforeach()
+if(NOT IS_DIRECTORY "${prefix}/db")
+  message(FATAL_ERROR "not installed: the db folder")
+endif()
+
+# The installed host on the installed plug-ins, found through site.prefs
+# (Plugins.Path=<ROOT_DIR>/plugins).
+run("${bin}/kthost" --strict)
+expect("folder ${prefix}/plugins (preference Plugins.Path, tokens expanded)")
+expect("loaded libexample_greeter.so")
+expect("welcome: startup: found Example.GreetingService by name: Hello, world!")
+run("${bin}/ktprefs" get Plugins.Path)
+expect("${prefix}/plugins\n")
+
+foreach(mode package pkg-config)
+  set(build "${WORK_DIR}/build-${mode}")
+  set(how -DCMAKE_PREFIX_PATH=${prefix})
+  if(mode STREQUAL "pkg-config")
+    set(ENV{PKG_CONFIG_PATH} "${prefix}/lib/pkgconfig")
+    set(how -DUSE_PKGCONFIG=ON)
+  endif()
+  run("${CMAKE_COMMAND}" -S "${CONSUMER_SOURCE}" -B "${build}" -G "${GENERATOR}"
+      "-DCMAKE_CXX_COMPILER=${CXX_COMPILER}" "-DCMAKE_CXX_FLAGS=${CXX_FLAGS}"
+      "-DCMAKE_MODULE_LINKER_FLAGS=${LINKER_FLAGS}" ${how})
+  run("${CMAKE_COMMAND}" --build "${build}")
+  run("${bin}/kthost" --plugins "${build}/plugins" --strict)
+  expect("loaded libconsumer_plugin.so")
+  expect("consumer: entry (${mode})")
+  expect("consumer: startup in root ${prefix}")
+  expect("consumer: Term")
+endforeach()
+message(STATUS "consumer test passed: ${prefix}")

@@ -35,6 +35,7 @@
 #include <cstring>
 #include <filesystem>
 #include <fstream>
+#include <map>
 #include <set>
 #include <string>
 
@@ -102,10 +103,10 @@ struct ChildResult {
   bool ok;
 };
 
-// Forks; the child runs `prelude` untimed and `timed` timed, and reports.
-// With `names`, the child also writes the names of what stays mapped to
-// standard error.
-ChildResult InChild(bool (*prelude)(), bool (*timed)(), bool names) {
+// Forks; the child runs `prelude` untimed, then `timed` `repeats` times,
+// timed, and reports the mean. With `check`, the child also counts what the
+// timed part left mapped and writes the names to standard error.
+ChildResult InChild(bool (*prelude)(), bool (*timed)(), int repeats, bool check) {
   ChildResult result{0.0, 0.0, 0, false};
   int fds[2];
   if (pipe(fds) != 0) return result;
@@ -113,16 +114,18 @@ ChildResult InChild(bool (*prelude)(), bool (*timed)(), bool names) {
   if (pid == 0) {
     close(fds[0]);
     ChildResult child{0.0, 0.0, 0, prelude ? prelude() : true};
-    const std::set<std::string> before = MappedFiles();
+    const std::set<std::string> before = check ? MappedFiles() : std::set<std::string>();
     const double cpu = Now(CLOCK_PROCESS_CPUTIME_ID);
     const double wall = Now(CLOCK_MONOTONIC);
-    child.ok = timed() && child.ok;
-    child.cpuNs = Now(CLOCK_PROCESS_CPUTIME_ID) - cpu;
-    child.wallNs = Now(CLOCK_MONOTONIC) - wall;
-    for (const std::string& file : MappedFiles()) {
-      if (before.count(file)) continue;
-      ++child.stays;
-      if (names) std::fprintf(stderr, "  stays mapped after dlclose: %s\n", file.c_str());
+    for (int i = 0; i < repeats; ++i) child.ok = timed() && child.ok;
+    child.cpuNs = (Now(CLOCK_PROCESS_CPUTIME_ID) - cpu) / repeats;
+    child.wallNs = (Now(CLOCK_MONOTONIC) - wall) / repeats;
+    if (check) {
+      for (const std::string& file : MappedFiles()) {
+        if (before.count(file)) continue;
+        ++child.stays;
+        std::fprintf(stderr, "  stays mapped after dlclose: %s\n", file.c_str());
+      }
     }
     const ssize_t wrote = write(fds[1], &child, sizeof child);
     _exit(wrote == static_cast<ssize_t>(sizeof child) ? 0 : 1);
@@ -148,26 +151,30 @@ bool WarmThenFullCycle() { return WarmLoader() && StartAndStop(); }
 bool LibraryOnly() { return OpenAndClose(KTBASE_BENCH_LIBRARY); }
 bool EmptyModule() { return OpenAndClose(KTBASE_BENCH_EMPTY_MODULE); }
 
-void Measure(benchmark::State& state, const char* label, bool (*prelude)(), bool (*timed)()) {
-  static std::set<std::string> reported;
+void Measure(benchmark::State& state, const char* label, bool (*prelude)(), bool (*timed)(),
+             int repeats = 1) {
   // The children must start without the library: this process never loads it.
   for (const std::string& file : MappedFiles()) {
     if (file.find("libktbase.so") != std::string::npos) {
       return state.SkipWithError("libktbase.so is loaded in the parent process");
     }
   }
-  const bool first = reported.insert(label).second;
-  if (first) std::fprintf(stderr, "%s:\n", label);
-  const ChildResult check = InChild(prelude, timed, first);
-  if (!check.ok) return state.SkipWithError("the child could not load or run the library");
+  static std::map<std::string, int> staysByLabel;  // checked once per label
+  auto stays = staysByLabel.find(label);
+  if (stays == staysByLabel.end()) {
+    std::fprintf(stderr, "%s:\n", label);
+    const ChildResult check = InChild(prelude, timed, 1, true);
+    if (!check.ok) return state.SkipWithError("the child could not load or run the library");
+    stays = staysByLabel.emplace(label, check.stays).first;
+  }
   double wall = 0.0;
   for (auto _ : state) {
-    const ChildResult child = InChild(prelude, timed, false);
+    const ChildResult child = InChild(prelude, timed, repeats, false);
     if (!child.ok) return state.SkipWithError("the child could not load or run the library");
     state.SetIterationTime(child.cpuNs / 1e9);
     wall += child.wallNs;
   }
-  state.counters["stays_loaded"] = check.stays;
+  state.counters["stays_loaded"] = stays->second;
   state.counters["wall_ns"] = benchmark::Counter(wall, benchmark::Counter::kAvgIterations);
 }
 
@@ -177,7 +184,7 @@ void StartupKtbaseDlopen(benchmark::State& state) {
   Measure(state, "ktbase_dlopen", WarmLoader, LibraryOnly);
 }
 void StartupKtbaseWarm(benchmark::State& state) {
-  Measure(state, "ktbase_warm", WarmThenFullCycle, FullCycle);
+  Measure(state, "ktbase_warm", WarmThenFullCycle, FullCycle, 20);
 }
 
 }  // namespace
@@ -196,15 +203,20 @@ int main(int argc, char** argv) {
   setenv("TMPDIR", base.c_str(), 1);
 
   const std::string name = "BM_Startup/dlopen_init_prefs_exit/";
+  // Every iteration forks, so the counts are fixed (--benchmark_min_time does
+  // not apply): about a second per repetition here.
   const struct {
     const char* impl;
     void (*run)(benchmark::State&);
-  } cases[] = {{"floor", StartupFloor},
-               {"ktbase", StartupKtbase},
-               {"ktbase_dlopen", StartupKtbaseDlopen},
-               {"ktbase_warm", StartupKtbaseWarm}};
+    int iterations;
+  } cases[] = {{"floor", StartupFloor, 200},
+               {"ktbase", StartupKtbase, 50},
+               {"ktbase_dlopen", StartupKtbaseDlopen, 50},
+               {"ktbase_warm", StartupKtbaseWarm, 50}};
   for (const auto& c : cases) {
-    benchmark::RegisterBenchmark((name + c.impl).c_str(), c.run)->UseManualTime();
+    benchmark::RegisterBenchmark((name + c.impl).c_str(), c.run)
+        ->UseManualTime()
+        ->Iterations(c.iterations);
   }
   benchmark::RunSpecifiedBenchmarks();
   benchmark::Shutdown();

@@ -22,6 +22,8 @@
 #include <fstream>
 #include <map>
 #include <optional>
+#include <regex>
+#include <sstream>
 #include <string>
 #include <vector>
 
@@ -105,10 +107,16 @@ bool Read(const char* path, bool realTime, Results& results) {
     std::fprintf(stderr, "ktbase_bench_table: cannot read %s\n", path);
     return false;
   }
-  if (in.peek() == std::ifstream::traits_type::eof()) return true;  // nothing matched the filter
+  std::ostringstream text;
+  text << in.rdbuf();
+  if (text.str().empty()) return true;  // nothing matched the filter
+  // Statistics of a constant counter (the cv of 0) come out as NaN, which
+  // JSON has no word for.
+  static const std::regex notANumber(R"(:\s*-?(NaN|nan|inf|Infinity)\b)");
+  std::istringstream json(std::regex_replace(text.str(), notANumber, ": null"));
   pt::ptree root;
   try {
-    pt::read_json(in, root);
+    pt::read_json(json, root);
   } catch (const pt::json_parser_error& error) {
     std::fprintf(stderr, "ktbase_bench_table: %s\n", error.what());
     return false;
@@ -128,9 +136,15 @@ bool Read(const char* path, bool realTime, Results& results) {
   for (const auto& item : doc.get_child_optional("benchmarks").value_or(empty)) {
     const pt::ptree& b = item.second;
     std::string runName = b.get("run_name", b.get("name", ""));
-    const std::string manualSuffix = "/manual_time";
-    const bool manual = EndsWith(runName, manualSuffix);
-    if (manual) runName.erase(runName.size() - manualSuffix.size());
+    // Drop the library's suffixes ("/iterations:50", "/manual_time"...).
+    bool manual = false;
+    for (std::string::size_type last = runName.rfind('/'); last != std::string::npos;
+         last = runName.rfind('/')) {
+      const std::string tail = runName.substr(last + 1);
+      if (tail.find(':') == std::string::npos && !EndsWith(tail, "_time")) break;
+      manual = manual || tail == "manual_time";
+      runName.erase(last);
+    }
     const std::string::size_type slash = runName.rfind('/');
     if (slash == std::string::npos) continue;
     const std::string caseName = runName.substr(0, slash);
@@ -166,7 +180,10 @@ bool Read(const char* path, bool realTime, Results& results) {
       run.sumNs += ns;
       ++run.iterations;
     }
-    if (const auto stays = b.get_optional<double>("stays_loaded")) run.staysLoaded = *stays;
+    const bool statistic = type == "aggregate" && b.get("aggregate_name", "") != "median";
+    if (const auto stays = b.get_optional<double>("stays_loaded")) {
+      if (!statistic) run.staysLoaded = *stays;
+    }
   }
   return true;
 }

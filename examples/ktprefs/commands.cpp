@@ -29,10 +29,10 @@ std::string DescribeFile(const Files& files, Scope scope) {
   return note.empty() ? file : file + " (" + note + ")";
 }
 
-const std::string* Find(const Entries& entries, const std::string& key) {
-  for (const auto& entry : entries)
-    if (entry.first == key) return &entry.second;
-  return nullptr;
+// ", missing: empty scope" and the like; "" for a readable file.
+std::string Suffix(const std::string& file) {
+  const std::string note = ktexamples::FileNote(file);
+  return note.empty() ? note : ", " + note;
 }
 
 // Whether the library expands tokens in the value of `key`, and why.
@@ -138,12 +138,12 @@ int Explain(const Options& options, const Files& files, Store& all, const std::s
     if (!files.Of(scope).empty()) {
       Store one(files, scope);
       entries[scope] = one.RawEntries();
-      raw = Find(entries[scope], key);
+      raw = FindEntry(entries[scope], key);
     }
     std::string line = files.Of(scope).empty()
                            ? DescribeFile(files, scope)
                            : (raw != nullptr ? "\"" + *raw + "\"" : std::string("not set")) +
-                                 " (in " + DescribeFile(files, scope) + ")";
+                                 " (in " + files.Of(scope) + Suffix(files.Of(scope)) + ")";
     const bool counts = !options.siteOnly || scope == IKTPrefManager::ePrefSite;
     if (raw != nullptr && counts && winner == nullptr) {
       winner = raw;
@@ -182,7 +182,8 @@ int Explain(const Options& options, const Files& files, Store& all, const std::s
       std::string joined;
       for (const std::string& piece : values)
         joined += (joined.empty() ? "\"" : ", \"") + piece + "\"";
-      std::cout << values.size() << " elements: " << joined << '\n';
+      std::cout << values.size() << (values.size() == 1 ? " element: " : " elements: ") << joined
+                << '\n';
     } else {
       PrintTyped(typed, all, key, true);
     }
@@ -269,7 +270,8 @@ int RunSet(const Options& options, const Files& files) {
   }
   std::string error;
   if (!store.Save(key, error)) return Fail(kExitNotFound, error);
-  const std::string* stored = Find(store.RawEntries(), key);
+  const Entries saved = store.RawEntries();
+  const std::string* stored = FindEntry(saved, key);
   std::cout << key << '=' << (stored != nullptr ? *stored : text) << "  saved in the "
             << options.scope << " scope (" << files.Of(scope) << ")\n";
   return 0;

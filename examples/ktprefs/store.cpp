@@ -32,6 +32,12 @@ std::string CapturePrint(IKTPrefManager& prefs) {
 
 }  // namespace
 
+const std::string* FindEntry(const Entries& entries, const std::string& key) {
+  for (const auto& entry : entries)
+    if (entry.first == key) return &entry.second;
+  return nullptr;
+}
+
 const std::string& Files::Of(Scope scope) const {
   return scope == IKTPrefManager::ePrefUser      ? user
          : scope == IKTPrefManager::ePrefProject ? project
@@ -95,14 +101,6 @@ Entries Store::RawEntries() {
   return entries;
 }
 
-namespace {
-const std::string* Find(const Entries& entries, const std::string& key) {
-  for (const auto& entry : entries)
-    if (entry.first == key) return &entry.second;
-  return nullptr;
-}
-}  // namespace
-
 bool Store::Save(const std::string& key, std::string& error) {
   const std::string& file = m_files.Of(m_loaded);
   const Entries expected = RawEntries();
@@ -120,8 +118,8 @@ bool Store::Save(const std::string& key, std::string& error) {
 
   Store check(m_files, m_loaded);
   const Entries written = check.RawEntries();
-  const std::string* want = Find(expected, key);
-  const std::string* got = Find(written, key);
+  const std::string* want = FindEntry(expected, key);
+  const std::string* got = FindEntry(written, key);
   if (shortWrite || want == nullptr || got == nullptr || *want != *got) {
     const std::string note = ktexamples::FileNote(file);
     error = "cannot write " + file + (note.empty() ? "" : " (" + note + ")");

@@ -14,6 +14,9 @@ namespace ktprefs {
 using Scope = IKTPrefManager::EPrefType;
 using Entries = std::vector<std::pair<std::string, std::string>>;
 
+// The value of `key` in `entries`, or null.
+const std::string* FindEntry(const Entries& entries, const std::string& key);
+
 // The file of each scope; an empty project file means "no project scope".
 struct Files {
   std::string user, project, site;

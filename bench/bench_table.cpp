@@ -14,8 +14,10 @@
 // report a manual time (start-up), whose own measure is used; --real-time
 // uses wall-clock time throughout.
 // An empty file (a filter that matched nothing) is skipped. Exit status: 0
-// when every file was read, 1 otherwise (the table is still printed for what
-// could be read); missed targets do not change it.
+// when every file was read and every benchmark ran, 1 otherwise (a file that
+// cannot be read, or a benchmark that failed its untimed check against the
+// expected results); the table is printed either way. Missed targets do not
+// change it.
 #include <boost/property_tree/json_parser.hpp>
 #include <boost/property_tree/ptree.hpp>
 #include <cstdio>
@@ -112,8 +114,8 @@ bool Read(const char* path, bool realTime, Results& results) {
   if (text.str().empty()) return true;  // nothing matched the filter
   // Statistics of a constant counter (the cv of 0) come out as NaN, which
   // JSON has no word for.
-  static const std::regex notANumber(R"(:\s*-?(NaN|nan|inf|Infinity)\b)");
-  std::istringstream json(std::regex_replace(text.str(), notANumber, ": null"));
+  static const std::regex notANumber(R"(([:,\[]\s*)-?(NaN|nan|inf|Infinity)\b)");
+  std::istringstream json(std::regex_replace(text.str(), notANumber, "$1null"));
   pt::ptree root;
   try {
     pt::read_json(json, root);
@@ -193,7 +195,7 @@ struct Row {
 };
 
 std::vector<Row> MakeRows(const Results& results, int& targetsMet, int& targetsSet, int& fastest,
-                          int& withPeers, std::vector<std::string>& notes) {
+                          int& withPeers, int& failed, std::vector<std::string>& notes) {
   std::vector<Row> rows;
   for (const Case& c : results.cases) {
     const auto floorRun = results.runs.find(c.name + "/floor");
@@ -211,6 +213,7 @@ std::vector<Row> MakeRows(const Results& results, int& targetsMet, int& targetsS
       }
       if (!run.error.empty() || run.Ns() <= 0.0) {
         row.time = "error";
+        ++failed;
         row.verdict = run.error.empty() ? "no result" : run.error;
         rows.push_back(row);
         continue;
@@ -304,10 +307,10 @@ int main(int argc, char** argv) {
     return 2;
   }
 
-  int targetsMet = 0, targetsSet = 0, fastest = 0, withPeers = 0;
+  int targetsMet = 0, targetsSet = 0, fastest = 0, withPeers = 0, failed = 0;
   std::vector<std::string> notes;
   const std::vector<Row> rows =
-      MakeRows(results, targetsMet, targetsSet, fastest, withPeers, notes);
+      MakeRows(results, targetsMet, targetsSet, fastest, withPeers, failed, notes);
   for (const std::string& line : results.context) std::printf("%s\n", line.c_str());
   std::printf("\n");
   if (markdown) {
@@ -318,5 +321,6 @@ int main(int argc, char** argv) {
   std::printf("\nktbase: %d of %d targets met; fastest in %d of %d cases with peers.\n", targetsMet,
               targetsSet, fastest, withPeers);
   for (const std::string& note : notes) std::printf("note: %s\n", note.c_str());
-  return allRead ? 0 : 1;
+  if (failed) std::printf("%d benchmark(s) failed: see the rows marked \"error\".\n", failed);
+  return allRead && failed == 0 ? 0 : 1;
 }

@@ -1,8 +1,11 @@
 // ktprefs: list, read, explain and edit preference files from the command
 // line, through the library's preference manager.
+#include <logmanager/log.h>
+
 #include <boost/filesystem.hpp>
 #include <exception>
 #include <iostream>
+#include <set>
 
 #include "commands.h"
 #include "options.h"
@@ -56,6 +59,16 @@ int Run(const ktprefs::Options& options) {
   return ktprefs::RunRemove(options, files);
 }
 
+// The library's log records (e.g. a warning for a malformed line) go to
+// standard error once each: ktprefs may load a file several times.
+void ShowLogRecordsOnce() {
+  // Records begin "Error: " or "Warning : " themselves.
+  Log::SetSink([](int, const std::string& record) {
+    static std::set<std::string> seen;
+    if (seen.insert(record).second) std::cerr << "ktprefs: " << record << std::flush;
+  });
+}
+
 }  // namespace
 
 int main(int argc, char** argv) {
@@ -71,6 +84,7 @@ int main(int argc, char** argv) {
     std::cout << "ktprefs " KTBASE_VERSION_STRING << std::endl;
     return 0;
   }
+  ShowLogRecordsOnce();
   try {
     return Run(options);
   } catch (const std::exception& failure) {

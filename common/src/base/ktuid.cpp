@@ -1,27 +1,70 @@
 // 128-bit identifiers and their canonical text form.
+//
+// Parsing and formatting are table-driven: one 256-entry digit table and one
+// table of the 256 upper-case digit pairs. The digit table classifies exactly
+// as std::isxdigit does in the C locale ('0'-'9', 'a'-'f', 'A'-'F'), and the
+// pair table writes what "%02X" writes, so the text is byte for byte the
+// snprintf form.
 #include <ktbase/ktuid.h>
 
-#include <cctype>
-#include <cstdio>
 #include <cstring>
 
 namespace {
 
 const char NULL_UID_STR[] = "00000000-0000-0000-0000-000000000000";
-const int kTextLength = 36;
-// Where the digit pair of each byte starts in the text form.
-const int kPairStart[16] = {0, 2, 4, 6, 9, 11, 14, 16, 19, 21, 24, 26, 28, 30, 32, 34};
+constexpr int kTextLength = 36;
+constexpr unsigned char kNotADigit = 255;
 
-bool IsHyphenPosition(int p) { return p == 8 || p == 13 || p == 18 || p == 23; }
+// Value of every byte as a hexadecimal digit, kNotADigit for anything else.
+struct DigitTable {
+  unsigned char value[256];
+  constexpr DigitTable() : value() {
+    for (int c = 0; c < 256; ++c) value[c] = kNotADigit;
+    for (int c = '0'; c <= '9'; ++c) value[c] = static_cast<unsigned char>(c - '0');
+    for (int c = 'a'; c <= 'f'; ++c) value[c] = static_cast<unsigned char>(c - 'a' + 10);
+    for (int c = 'A'; c <= 'F'; ++c) value[c] = static_cast<unsigned char>(c - 'A' + 10);
+  }
+};
+constexpr DigitTable kDigits;
+
+// The two upper-case digits of every byte value.
+struct PairTable {
+  char pair[256][2];
+  constexpr PairTable() : pair() {
+    const char hex[] = "0123456789ABCDEF";
+    for (int b = 0; b < 256; ++b) {
+      pair[b][0] = hex[b >> 4];
+      pair[b][1] = hex[b & 15];
+    }
+  }
+};
+constexpr PairTable kPairs;
+
+// Where the digit pair of each byte starts in the text form.
+constexpr int kPairStart[16] = {0, 2, 4, 6, 9, 11, 14, 16, 19, 21, 24, 26, 28, 30, 32, 34};
+
+inline unsigned char Digit(char c) { return kDigits.value[static_cast<unsigned char>(c)]; }
+
+// Strict syntax, decoding as it goes into `bytes` (which holds garbage when
+// it fails). Reads left to right and stops at the first character that fails
+// (the terminating zero fails every test), so it never reads past the end.
+bool ParseStrict(const char* text, unsigned char bytes[16]) {
+  for (int k = 0; k < 16; ++k) {
+    const int at = kPairStart[k];
+    // Byte 4, 6, 8 and 10 follow a hyphen.
+    if ((k == 4 || k == 6 || k == 8 || k == 10) && text[at - 1] != '-') return false;
+    const unsigned char high = Digit(text[at]);
+    if (high == kNotADigit) return false;
+    const unsigned char low = Digit(text[at + 1]);
+    if (low == kNotADigit) return false;
+    bytes[k] = static_cast<unsigned char>(high << 4 | low);
+  }
+  return text[kTextLength] == '\0';
+}
 
 }  // namespace
 
-unsigned char xdigitToUint8(const char& c) {
-  if (c >= '0' && c <= '9') return static_cast<unsigned char>(c - '0');
-  if (c >= 'a' && c <= 'f') return static_cast<unsigned char>(c - 'a' + 10);
-  if (c >= 'A' && c <= 'F') return static_cast<unsigned char>(c - 'A' + 10);
-  return 255;
-}
+unsigned char xdigitToUint8(const char& c) { return Digit(c); }
 
 KtUID::KtUID() : m_bytes{} {}
 
@@ -58,45 +101,43 @@ KtUID::KtUID(const vorn::runtime::Array<unsigned char, 16>& bytes) : m_bytes{} {
 
 KtUID::KtUID(const char* text, bool validate) : m_bytes{} {
   // A null text is the null identifier either way (no reading to be done).
-  if (text == nullptr || (validate && !IsUID(text))) {
+  if (text == nullptr) return;
+  if (validate) {
+    // Same result as IsUID() first and the unchecked read after: on success
+    // every digit is valid, on failure the bytes go back to zero.
+    unsigned char bytes[16];
+    if (ParseStrict(text, bytes)) std::memcpy(m_bytes, bytes, sizeof m_bytes);
     return;
   }
-  // Unchecked: hyphen places are skipped unseen; a bad digit counts as 255.
+  // Unchecked: hyphen places are skipped unseen; a bad digit counts as 255,
+  // and the byte keeps the low 8 bits of (high << 4 | low).
   for (int k = 0; k < 16; ++k) {
-    const unsigned high = xdigitToUint8(text[kPairStart[k]]);
-    const unsigned low = xdigitToUint8(text[kPairStart[k] + 1]);
+    const unsigned high = Digit(text[kPairStart[k]]);
+    const unsigned low = Digit(text[kPairStart[k] + 1]);
     m_bytes[k] = static_cast<unsigned char>(((high << 4) | low) & 0xFFu);
   }
 }
 
 bool KtUID::IsUID(const char* text) {
-  if (text == nullptr) {
-    return false;
-  }
-  // The terminating zero fails both tests, so a short text stops at its end.
-  for (int p = 0; p < kTextLength; ++p) {
-    const unsigned char c = static_cast<unsigned char>(text[p]);
-    if (IsHyphenPosition(p) ? c != '-' : !std::isxdigit(c)) {
-      return false;
-    }
-  }
-  return text[kTextLength] == '\0';
+  if (text == nullptr) return false;
+  unsigned char bytes[16];
+  return ParseStrict(text, bytes);
 }
 
 void KtUID::GetStr(char* out) const {
-  if (out == nullptr) {
-    return;
-  }
+  if (out == nullptr) return;
   static const unsigned char kZero[16] = {};
   if (std::memcmp(m_bytes, kZero, sizeof m_bytes) == 0) {
     std::memcpy(out, NULL_UID_STR, sizeof NULL_UID_STR);
     return;
   }
-  const unsigned char* b = m_bytes;
-  std::snprintf(out, sizeof NULL_UID_STR,
-                "%02X%02X%02X%02X-%02X%02X-%02X%02X-%02X%02X-%02X%02X%02X%02X%02X%02X", b[0], b[1],
-                b[2], b[3], b[4], b[5], b[6], b[7], b[8], b[9], b[10], b[11], b[12], b[13], b[14],
-                b[15]);
+  char* p = out;
+  for (int k = 0; k < 16; ++k) {
+    if (k == 4 || k == 6 || k == 8 || k == 10) *p++ = '-';
+    std::memcpy(p, kPairs.pair[m_bytes[k]], 2);
+    p += 2;
+  }
+  *p = '\0';
 }
 
 const char* KtUID::GetNullUIDStr() { return NULL_UID_STR; }

@@ -8,6 +8,8 @@
 #include <logmanager/log.h>
 
 #include <boost/filesystem.hpp>
+#include <string_view>
+#include <utility>
 
 namespace fs = boost::filesystem;
 
@@ -89,22 +91,26 @@ void ktbasesystem::RegisterSingleton(const char* name, Factory factory) {
   m_singletonFactories[key] = factory;
 }
 
+// Lookups take the name as a view: no key string is built for them. An
+// existing instance costs one lookup.
 qrn::IBase* ktbasesystem::GetSingleton(const char* name) {
   if (name == nullptr) return nullptr;
-  const std::string key(name);
-  auto instance = m_singletons.find(key);
+  const std::string_view view(name);
+  auto instance = m_singletons.find(view);
   if (instance != m_singletons.end()) return instance->second;
 
-  auto registered = m_singletonFactories.find(key);
+  auto registered = m_singletonFactories.find(view);
   if (registered == m_singletonFactories.end()) return nullptr;
 
+  // The name is copied before the factory runs, as the caller passed it.
+  std::string key(view);
   // A null factory pointer counts as a factory that made nothing.
   Factory factory = registered->second;
   qrn::IBase* object = factory != nullptr ? factory() : nullptr;
 
   // Stored (null too, so the factory runs once) and handed over before Init():
   // an Init() that asks for its own name gets this object, not a recursion.
-  m_singletons[key] = object;
+  m_singletons.insert_or_assign(std::move(key), object);
   qrn::ISystem* self = this;
   self->RegisterObjectForDeletion(object);
   if (object != nullptr) {
@@ -123,7 +129,7 @@ void ktbasesystem::RemoveNamedObject(const char* name) {
 
 qrn::IBase* ktbasesystem::GetNamedObject(const char* name) {
   if (name == nullptr) return nullptr;
-  auto entry = m_namedObjects.find(name);
+  auto entry = m_namedObjects.find(std::string_view(name));
   return entry != m_namedObjects.end() ? entry->second : nullptr;
 }
 
@@ -133,7 +139,7 @@ void ktbasesystem::RegisterComponent(const char* name, Factory factory) {
 
 qrn::IBase* ktbasesystem::CreateComponent(const char* name) {
   if (name == nullptr) return nullptr;
-  auto entry = m_componentFactories.find(name);
+  auto entry = m_componentFactories.find(std::string_view(name));
   if (entry == m_componentFactories.end() || entry->second == nullptr) return nullptr;
   // The caller owns the result: not stored, not registered, no Init().
   return entry->second();

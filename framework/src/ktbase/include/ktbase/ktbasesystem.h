@@ -12,6 +12,7 @@
 #ifndef KTBASE_KTBASESYSTEM_H
 #define KTBASE_KTBASESYSTEM_H
 
+#include <functional>
 #include <map>
 #include <string>
 #include <vector>
@@ -61,10 +62,12 @@ class KTBASE_API ktbasesystem : public qrn::ISystem, public qrn::IBase {
   int m_argc;
   std::vector<std::string> m_arguments;
   std::vector<qrn::IBase*> m_deletionList;
-  std::map<std::string, Factory> m_singletonFactories;
-  std::map<std::string, Factory> m_componentFactories;
-  std::map<std::string, qrn::IBase*> m_singletons;
-  std::map<std::string, qrn::IBase*> m_namedObjects;
+  // std::less<> lets a lookup take the caller's name as a std::string_view,
+  // without building a key string; the order is the same byte-wise order.
+  std::map<std::string, Factory, std::less<>> m_singletonFactories;
+  std::map<std::string, Factory, std::less<>> m_componentFactories;
+  std::map<std::string, qrn::IBase*, std::less<>> m_singletons;
+  std::map<std::string, qrn::IBase*, std::less<>> m_namedObjects;
   std::vector<StartupFactory> m_startupFactories;
 };
 

@@ -1,13 +1,36 @@
 // Reads: one lookup (user, project, site; or site alone) with ".Path" token
 // expansion, and the typed getters built on it.
+//
+// Speed without changing a result: the getters find the stored text in place
+// and copy it only where it is returned as text or must be expanded; numbers
+// of a plain decimal form are converted directly, everything else goes
+// through a default-formatted std::istringstream exactly as the contract
+// says. The direct conversions give what the stream gives (see
+// ParsePlainInt and ParsePlainFloat); they are used only while the global
+// locale is the classic one, the locale a new stream would take.
 #include <ktbase/ktprefmanager.h>
 
+#include <cfloat>
+#include <climits>
 #include <cstring>
+#include <locale>
 #include <sstream>
 
 namespace {
 
-const std::string kPathSuffix = ".Path";
+using PrefMap = std::map<std::string, std::string>;
+
+const char kPathSuffix[] = ".Path";
+constexpr std::size_t kPathSuffixLength = sizeof kPathSuffix - 1;
+
+// key.rfind(".Path") == key.size() - 5 in unsigned arithmetic: every key that
+// ends in ".Path", and deliberately every 4-character key (npos == 4 - 5).
+bool ExpandsTokens(const std::string& key) {
+  const std::size_t size = key.size();
+  if (size == kPathSuffixLength - 1) return true;
+  return size >= kPathSuffixLength &&
+         key.compare(size - kPathSuffixLength, kPathSuffixLength, kPathSuffix) == 0;
+}
 
 // Replaces every `token` in `value`. The normal loop searches again from the
 // start after each replacement. A replacement that holds its own token would
@@ -15,18 +38,64 @@ const std::string kPathSuffix = ".Path";
 // to right, and the inserted text is not searched again.
 void ExpandToken(std::string& value, const std::string& token, const std::string& replacement) {
   if (token.empty()) return;
+  std::size_t pos = value.find(token);
+  if (pos == std::string::npos) return;
   if (replacement.find(token) == std::string::npos) {
-    for (std::size_t pos = value.find(token); pos != std::string::npos; pos = value.find(token))
+    for (; pos != std::string::npos; pos = value.find(token))
       value.replace(pos, token.size(), replacement);
     return;
   }
-  for (std::size_t pos = value.find(token); pos != std::string::npos;
-       pos = value.find(token, pos + replacement.size()))
+  for (; pos != std::string::npos; pos = value.find(token, pos + replacement.size()))
     value.replace(pos, token.size(), replacement);
 }
 
-// One number by unchecked stream extraction: "12px" gives 12, "abc" 0, an
-// out-of-range int its limit. Text without any number (blanks only) gives 0.
+void ExpandTokens(const PrefMap& tokens, std::string& value) {
+  for (const auto& token : tokens) ExpandToken(value, token.first, token.second);
+}
+
+// The manager's maps, as the getters search them.
+struct Scopes {
+  const PrefMap& user;
+  const PrefMap& project;
+  const PrefMap& site;
+  const PrefMap& tokens;
+
+  // The stored text of `key` in the first scope that holds it, or null.
+  // Never inserts.
+  const std::string* Find(const std::string& key, bool siteOnly) const {
+    if (!siteOnly) {
+      auto it = user.find(key);
+      if (it != user.end()) return &it->second;
+      it = project.find(key);
+      if (it != project.end()) return &it->second;
+    }
+    const auto it = site.find(key);
+    return it != site.end() ? &it->second : nullptr;
+  }
+
+  // The text a typed getter converts: the stored text itself, or, for a key
+  // whose value is expanded, an expanded copy kept in `expanded`. Null on a
+  // miss (whose empty text expansion would leave empty).
+  const std::string* Text(const std::string& key, bool siteOnly, std::string& expanded) const {
+    const std::string* stored = Find(key, siteOnly);
+    if (stored == nullptr || !ExpandsTokens(key)) return stored;
+    expanded = *stored;
+    ExpandTokens(tokens, expanded);
+    return &expanded;
+  }
+};
+
+// True while a new std::istringstream would read with the classic locale.
+bool ClassicGlobalLocale() { return std::locale() == std::locale::classic(); }
+
+// The classic locale's white space, which the stream skips before a number.
+bool IsClassicSpace(char c) { return c == ' ' || (c >= '\t' && c <= '\r'); }
+
+bool IsDigit(char c) { return static_cast<unsigned char>(c - '0') < 10; }
+
+// Unchecked stream extraction, the reference for every number read: "12px"
+// gives 12, "abc" 0, an out-of-range int its limit, an out-of-range float
+// +-FLT_MAX; text without any number gives 0.
 template <typename T>
 T ExtractNumber(const std::string& text) {
   std::istringstream in(text);
@@ -35,43 +104,136 @@ T ExtractNumber(const std::string& text) {
   return number;
 }
 
+// What `stream >> int` stores, for texts of the form: classic white space,
+// an optional sign, 1 to 18 decimal digits, then anything but a digit. The
+// stream reads a long (18 digits cannot overflow it) and clamps it to the
+// int's range. Any other text returns false and is left to the stream.
+bool ParsePlainInt(const std::string& text, int& number) {
+  const char* p = text.data();
+  const char* const end = p + text.size();
+  while (p != end && IsClassicSpace(*p)) ++p;
+  bool negative = false;
+  if (p != end && (*p == '-' || *p == '+')) negative = *p++ == '-';
+  const char* const digits = p;
+  long long magnitude = 0;
+  while (p != end && IsDigit(*p)) {
+    if (p - digits == 18) return false;
+    magnitude = magnitude * 10 + (*p++ - '0');
+  }
+  if (p == digits) return false;
+  const long long signedValue = negative ? -magnitude : magnitude;
+  number = signedValue > INT_MAX   ? INT_MAX
+           : signedValue < INT_MIN ? INT_MIN
+                                   : static_cast<int>(signedValue);
+  return true;
+}
+
+// The stream converts the characters it collects with a correctly rounded
+// strtof. A significand below 2^24 and a power of ten up to 10^10 are both
+// exact floats, so one float multiplication or division rounds the exact
+// decimal value once, to the same float (Clinger's fast path). That needs
+// float arithmetic without excess precision.
+static_assert(FLT_EVAL_METHOD == 0, "float operations must round to float");
+constexpr float kPowersOfTen[] = {1e0f, 1e1f, 1e2f, 1e3f, 1e4f, 1e5f,
+                                  1e6f, 1e7f, 1e8f, 1e9f, 1e10f};
+constexpr int kMaxPowerOfTen = 10;
+constexpr unsigned long long kMaxExactSignificand = 1ull << 24;
+// Longer digit runs (leading or trailing zeros) are left to the stream; this
+// also keeps the scale count far from overflow.
+constexpr int kMaxPlainDigits = 64;
+
+// What `stream >> float` stores, for texts of the form: classic white space,
+// an optional sign, decimal digits with at most one '.', at least one digit,
+// optionally 'e' or 'E', an optional sign and 1 to 3 digits, then anything
+// that cannot continue the number (the stream stops there too). Returns false,
+// leaving the text to the stream, for anything else ("1e", "inf", "0x1p3")
+// and for values outside the exact range above.
+bool ParsePlainFloat(const std::string& text, float& number) {
+  const char* p = text.data();
+  const char* const end = p + text.size();
+  while (p != end && IsClassicSpace(*p)) ++p;
+  bool negative = false;
+  if (p != end && (*p == '-' || *p == '+')) negative = *p++ == '-';
+
+  unsigned long long significand = 0;
+  int significantDigits = 0;  // digits after the leading zeros
+  int digits = 0;
+  int scale = 0;  // power of ten of the last digit read
+  bool point = false;
+  for (; p != end; ++p) {
+    if (IsDigit(*p)) {
+      if (++digits > kMaxPlainDigits) return false;
+      if (significand != 0 || *p != '0') {
+        if (++significantDigits > 19) return false;
+        significand = significand * 10 + static_cast<unsigned>(*p - '0');
+      }
+      if (point) --scale;
+    } else if (*p == '.' && !point) {
+      point = true;
+    } else {
+      break;
+    }
+  }
+  if (digits == 0) return false;
+  if (p != end && (*p == 'e' || *p == 'E')) {
+    ++p;
+    bool negativeExponent = false;
+    if (p != end && (*p == '-' || *p == '+')) negativeExponent = *p++ == '-';
+    int exponent = 0;
+    const char* const exponentDigits = p;
+    while (p != end && IsDigit(*p)) {
+      if (p - exponentDigits == 3) return false;
+      exponent = exponent * 10 + (*p++ - '0');
+    }
+    if (p == exponentDigits) return false;  // "1e", "1e+": the stream gives 0
+    scale += negativeExponent ? -exponent : exponent;
+  }
+  if (significand > kMaxExactSignificand) return false;
+  float value = static_cast<float>(significand);
+  if (significand != 0) {
+    if (scale < -kMaxPowerOfTen || scale > kMaxPowerOfTen) return false;
+    value = scale < 0 ? value / kPowersOfTen[-scale] : value * kPowersOfTen[scale];
+  }
+  number = negative ? -value : value;
+  return true;
+}
+
+int ConvertInt(const std::string& text) {
+  int number = 0;
+  if (ParsePlainInt(text, number) && ClassicGlobalLocale()) return number;
+  return ExtractNumber<int>(text);
+}
+
+float ConvertFloat(const std::string& text) {
+  float number = 0.0f;
+  if (ParsePlainFloat(text, number) && ClassicGlobalLocale()) return number;
+  return ExtractNumber<float>(text);
+}
+
 }  // namespace
 
-// On a miss `value` stays as passed. Expansion runs either way when the last
-// ".Path" starts at size() - 5 in unsigned arithmetic: every key ending in
-// ".Path", and deliberately every 4-character key (npos == 4 - 5).
+// On a miss `value` stays as passed. Expansion runs either way (see
+// ExpandsTokens).
 bool CKTPrefManager::GetInternalPref(const std::string& key, std::string& value, bool siteOnly) {
-  bool found = false;
-  if (siteOnly) {
-    const auto it = m_prefMapSite.find(key);
-    if (it != m_prefMapSite.end()) {
-      value = it->second;
-      found = true;
-    }
-  } else {
-    for (const std::map<std::string, std::string>* prefs :
-         {&m_prefMapUser, &m_prefMapProject, &m_prefMapSite}) {
-      const auto it = prefs->find(key);
-      if (it != prefs->end()) {
-        value = it->second;
-        found = true;
-        break;
-      }
-    }
-  }
-  if (key.rfind(kPathSuffix) == key.size() - kPathSuffix.size()) {
-    for (const auto& token : m_prefPathTokens) ExpandToken(value, token.first, token.second);
-  }
-  return found;
+  const bool expand = ExpandsTokens(key);  // before `value` changes: it may be `key`
+  const std::string* stored =
+      Scopes{m_prefMapUser, m_prefMapProject, m_prefMapSite, m_prefPathTokens}.Find(key, siteOnly);
+  if (stored != nullptr) value = *stored;
+  if (expand) ExpandTokens(m_prefPathTokens, value);
+  return stored != nullptr;
 }
 
 std::string& CKTPrefManager::GetPref(const std::string& key, const std::string& defaultValue,
                                      std::string& value, bool siteOnly) {
-  std::string text;
-  if (GetInternalPref(key, text, siteOnly))
-    value = std::move(text);
-  else
-    value = defaultValue;
+  const bool expand = ExpandsTokens(key);  // before `value` changes: it may be `key`
+  const std::string* stored =
+      Scopes{m_prefMapUser, m_prefMapProject, m_prefMapSite, m_prefPathTokens}.Find(key, siteOnly);
+  if (stored == nullptr) {
+    value = defaultValue;  // never expanded
+    return value;
+  }
+  value = *stored;  // reuses value's buffer
+  if (expand) ExpandTokens(m_prefPathTokens, value);
   return value;
 }
 
@@ -84,27 +246,30 @@ std::string& CKTPrefManager::GetPref(const std::string& key, const char* default
 // Only "true" and "1" are true; missing or empty gives the default.
 bool CKTPrefManager::GetPref(const std::string& key, bool defaultValue, bool& value,
                              bool siteOnly) {
-  std::string text;
-  const bool found = GetInternalPref(key, text, siteOnly);
-  const bool converted = text == "true" || text == "1";
-  value = found && !text.empty() ? converted : defaultValue;
+  std::string expanded;
+  const std::string* text =
+      Scopes{m_prefMapUser, m_prefMapProject, m_prefMapSite, m_prefPathTokens}.Text(key, siteOnly,
+                                                                                    expanded);
+  value = text != nullptr && !text->empty() ? *text == "true" || *text == "1" : defaultValue;
   return value;
 }
 
 int CKTPrefManager::GetPref(const std::string& key, int defaultValue, int& value, bool siteOnly) {
-  std::string text;
-  const bool found = GetInternalPref(key, text, siteOnly);
-  const int converted = ExtractNumber<int>(text);
-  value = found && !text.empty() ? converted : defaultValue;
+  std::string expanded;
+  const std::string* text =
+      Scopes{m_prefMapUser, m_prefMapProject, m_prefMapSite, m_prefPathTokens}.Text(key, siteOnly,
+                                                                                    expanded);
+  value = text != nullptr && !text->empty() ? ConvertInt(*text) : defaultValue;
   return value;
 }
 
 float CKTPrefManager::GetPref(const std::string& key, float defaultValue, float& value,
                               bool siteOnly) {
-  std::string text;
-  const bool found = GetInternalPref(key, text, siteOnly);
-  const float converted = ExtractNumber<float>(text);
-  value = found && !text.empty() ? converted : defaultValue;
+  std::string expanded;
+  const std::string* text =
+      Scopes{m_prefMapUser, m_prefMapProject, m_prefMapSite, m_prefPathTokens}.Text(key, siteOnly,
+                                                                                    expanded);
+  value = text != nullptr && !text->empty() ? ConvertFloat(*text) : defaultValue;
   return value;
 }
 
@@ -113,11 +278,15 @@ float CKTPrefManager::GetPref(const std::string& key, float defaultValue, float&
 std::vector<std::string>& CKTPrefManager::GetPref(const std::string& key, char separator,
                                                   const std::vector<std::string>& defaultValues,
                                                   std::vector<std::string>& values, bool siteOnly) {
-  std::string text;
-  if (!GetInternalPref(key, text, siteOnly)) {
+  std::string expanded;
+  const std::string* found =
+      Scopes{m_prefMapUser, m_prefMapProject, m_prefMapSite, m_prefPathTokens}.Text(key, siteOnly,
+                                                                                    expanded);
+  if (found == nullptr) {
     values = defaultValues;
     return values;
   }
+  const std::string& text = *found;
   std::size_t start = 0;
   for (std::size_t cut = text.find(separator); cut != std::string::npos;
        cut = text.find(separator, start)) {
@@ -131,10 +300,12 @@ std::vector<std::string>& CKTPrefManager::GetPref(const std::string& key, char s
 // `length` is only written. Copies exactly `length` bytes, no terminator, no
 // bound check: call first with a null buffer to learn the size.
 void CKTPrefManager::GetPref(const std::string& key, char* buffer, unsigned long& length) {
-  std::string text;
-  GetInternalPref(key, text, false);
-  length = text.size();
-  if (buffer != nullptr && !text.empty()) std::memcpy(buffer, text.data(), text.size());
+  std::string expanded;
+  const std::string* text =
+      Scopes{m_prefMapUser, m_prefMapProject, m_prefMapSite, m_prefPathTokens}.Text(key, false,
+                                                                                    expanded);
+  length = text != nullptr ? text->size() : 0;
+  if (buffer != nullptr && length != 0) std::memcpy(buffer, text->data(), length);
 }
 
 // Not an existence test: the key's bool value, or the default.

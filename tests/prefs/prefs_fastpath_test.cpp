@@ -1,0 +1,309 @@
+// The fast paths against the plain standard-library algorithms they replace:
+// number reads against a default-formatted std::istringstream, typed reads
+// against the string read, file loads against the fgets + std::getline
+// reader, identifiers against isxdigit and snprintf. Any drift shows here.
+#include <ktbase/ktuid.h>
+
+#include <cctype>
+#include <cstdio>
+#include <cstring>
+#include <locale>
+#include <random>
+#include <sstream>
+
+#include "prefs_fixture.h"
+
+namespace {
+
+template <typename T>
+T StreamRead(const std::string& text) {
+  std::istringstream in(text);
+  T number = T();
+  in >> number;
+  return number;
+}
+
+std::string RandomNumberText(std::mt19937& rng) {
+  static const char* const kPieces[] = {"0", "1", "5", "9", "00", "123", "4567", "16777216", ".",
+                                        "e", "E", "-", "+", " ",  "\t",  "x",    "e-",       "e+"};
+  std::string text;
+  for (int n = static_cast<int>(rng() % 7); n >= 0; --n) text += kPieces[rng() % 18];
+  return text;
+}
+
+// Reads a number back through the manager, as a plugin would.
+template <typename T>
+T ManagerRead(CKTPrefManager& prefs, const std::string& text) {
+  prefs.SetPref("n", text, kUser);
+  T value = T();
+  return prefs.GetPref("n", T(), value, false);
+}
+
+// The loader as first written: fgets chunks appended as C strings, lines cut
+// by std::getline, edges found with std::string's searches.
+PrefMap ReferenceLoad(const std::string& path, std::vector<std::string>& warned) {
+  std::string text;
+  if (std::FILE* file = std::fopen(path.c_str(), "rt")) {
+    char buffer[1024];
+    while (std::fgets(buffer, sizeof buffer, file) != nullptr) text.append(buffer);
+    std::fclose(file);
+  }
+  PrefMap prefs;
+  std::istringstream in(text);
+  for (std::string line; std::getline(in, line);) {
+    const std::size_t equal = line.find('=');
+    if (equal == std::string::npos) {
+      if (line.find_first_not_of(' ') != std::string::npos) warned.push_back(line);
+      continue;
+    }
+    const std::size_t first = line.find_first_not_of(' ');
+    const std::size_t last = line.find_last_not_of(' ', equal - 1);
+    const std::string key =
+        line.substr(first, last == std::string::npos ? std::string::npos : last - first + 1);
+    const std::size_t valueFirst = line.find_first_not_of(' ', equal + 1);
+    prefs[key] = valueFirst == std::string::npos
+                     ? std::string()
+                     : line.substr(valueFirst, line.find_last_not_of(' ') - valueFirst + 1);
+  }
+  return prefs;
+}
+
+// A numpunct with ',' as the decimal point: a host's global locale that a
+// new stream would take, and the fast paths must then step aside for.
+struct CommaPoint : std::numpunct<char> {
+  char do_decimal_point() const override { return ','; }
+};
+
+}  // namespace
+
+TEST_F(PrefsTest, NumberReadsMatchTheStream) {
+  const char* const ints[] = {"",
+                              " ",
+                              "0",
+                              "-0",
+                              "+7",
+                              "  42abc",
+                              "12px",
+                              "abc",
+                              "2147483647",
+                              "2147483648",
+                              "-2147483648",
+                              "-2147483649",
+                              "99999999999999999999",
+                              "-99999999999999999999",
+                              "000000000000000000000012",
+                              "0x10",
+                              "\t5",
+                              "5 6",
+                              "-",
+                              "+",
+                              "1e5",
+                              "\n\v\f\r 9",
+                              "- 5",
+                              "+-5",
+                              "123456789012345678",
+                              "1234567890123456789"};
+  const char* const floats[] = {"0.5",
+                                "3.14159",
+                                "1e-07",
+                                "1e",
+                                "1e+",
+                                "1e-",
+                                "1.23457e+06",
+                                "inf",
+                                "nan",
+                                "-inf",
+                                "1e39",
+                                "-1e39",
+                                "1e-50",
+                                "1e-40",
+                                ".5",
+                                "5.",
+                                "-.5e1",
+                                "0x1p3",
+                                "12px",
+                                "  7",
+                                ".",
+                                "-.",
+                                ".e5",
+                                "e5",
+                                "1.2.3",
+                                "1e5e3",
+                                "1.5E3",
+                                "0e999",
+                                "-0",
+                                "-0.0",
+                                "16777216",
+                                "16777217",
+                                "1e10",
+                                "1e11",
+                                "1e-10",
+                                "1e-11",
+                                "0.000000000000000000000001",
+                                "100.000000000000",
+                                "340282350000000000000000000000000000000",
+                                "3.4028236e38"};
+  std::mt19937 rng(7u);
+  std::vector<std::string> texts(std::begin(ints), std::end(ints));
+  texts.insert(texts.end(), std::begin(floats), std::end(floats));
+  for (int i = 0; i < 10000; ++i) texts.push_back(RandomNumberText(rng));
+  for (int i = 0; i < 10000; ++i) {  // plain decimals as the setters write them
+    std::ostringstream out;
+    out << std::uniform_real_distribution<float>(-1e6f, 1e6f)(rng) / (1 << (rng() % 24));
+    texts.push_back(out.str());
+  }
+  for (const std::string& text : texts) {
+    SCOPED_TRACE("text [" + text + "]");
+    EXPECT_EQ(ManagerRead<int>(*prefs, text), StreamRead<int>(text));
+    const float got = ManagerRead<float>(*prefs, text);
+    const float want = StreamRead<float>(text);
+    EXPECT_EQ(std::memcmp(&got, &want, sizeof got), 0) << got << " != " << want;
+  }
+}
+
+TEST_F(PrefsTest, NumberReadsFollowTheGlobalLocale) {
+  struct GlobalLocale {
+    const std::locale previous =
+        std::locale::global(std::locale(std::locale::classic(), new CommaPoint));
+    ~GlobalLocale() { std::locale::global(previous); }
+  };
+  {
+    GlobalLocale comma;
+    for (const std::string text : {"1,5", "1.5", "-2,25e1", "7"}) {
+      SCOPED_TRACE(text);
+      EXPECT_EQ(ManagerRead<float>(*prefs, text), StreamRead<float>(text));
+      EXPECT_EQ(ManagerRead<int>(*prefs, text), StreamRead<int>(text));
+    }
+    EXPECT_EQ(ManagerRead<float>(*prefs, "1,5"), 1.5f);
+  }
+  EXPECT_EQ(ManagerRead<float>(*prefs, "1,5"), 1.0f);
+}
+
+TEST_F(PrefsTest, TypedReadsMatchTheStringRead) {
+  prefs->SetPref("Size", std::string("<ROOT_DIR>"), kUser);  // 4 characters: expanded
+  prefs->SetPref("Dirs.Path", std::string("<ROOT_DIR>;<APPDATA_DIR>"), kProject);
+  prefs->SetPref("blank", std::string(), kUser);
+  prefs->SetPref("num.Path", std::string("12"), kSite);
+  prefs->SetPref("flag", std::string("1"), kSite);
+  prefs->SetPref("flag", std::string("true"), kProject);
+  prefs->SetPref("list", std::string(";a;;b"), kSite);
+  for (const bool siteOnly : {false, true}) {
+    for (const std::string key : {"Size", "Dirs.Path", "blank", "num.Path", "flag", "list", "no"}) {
+      SCOPED_TRACE(key + (siteOnly ? " site only" : ""));
+      std::string text;
+      const bool found = prefs->GetPref(key, std::string("\x01"), text, siteOnly) != "\x01";
+      const bool use = found && !text.empty();
+      int i = 0;
+      float f = 0.0f;
+      bool b = false;
+      EXPECT_EQ(prefs->GetPref(key, -3, i, siteOnly), use ? StreamRead<int>(text) : -3);
+      EXPECT_EQ(prefs->GetPref(key, -3.5f, f, siteOnly), use ? StreamRead<float>(text) : -3.5f);
+      EXPECT_EQ(prefs->GetPref(key, true, b, siteOnly), use ? text == "true" || text == "1" : true);
+      std::vector<std::string> list{"old"}, want{"old"};
+      std::stringstream pieces(text + ";");
+      for (std::string piece; found && std::getline(pieces, piece, ';');) want.push_back(piece);
+      prefs->GetPref(key, ';', std::vector<std::string>{"d"}, list, siteOnly);
+      EXPECT_EQ(list, found ? want : std::vector<std::string>{"d"});
+      if (siteOnly) continue;
+      const std::string stored = found ? text : std::string();
+      std::string raw(stored.size() + 2, '#');
+      unsigned long length = 99;
+      prefs->GetPref(key, &raw[0], length);
+      EXPECT_EQ(length, stored.size());
+      EXPECT_EQ(raw, stored + "##");  // no terminator written
+    }
+  }
+}
+
+TEST_F(PrefsTest, LoadMatchesTheStreamReader) {
+  const std::string a1022(1022, 'a'), a1023(1023, 'a');
+  std::vector<std::string> files = {
+      "a=1\r\nb = 2 \r\n",
+      std::string("k=v\0w\nx=\0\n\0=z\n", 15),
+      "k=" + a1022 + "\n",
+      "k=" + a1023 + "\nn=1\n",
+      a1022 + "\n" + a1023,
+      "=" + a1023 + std::string("\0tail=1\nq=2", 11),
+      a1023 + std::string("\0", 1) + "=1\n" + a1022 + std::string("=2\0x\n", 5),
+      "k=" + std::string(5000, 'v'),
+      "no final line feed",
+      "     ",
+      "=x\n  =x\n =  \n",
+      "a=b=c\n",
+      "x=1\nx=2\nx=\n",
+      "c=3\na=1\nb=2\n",
+      "a=1\nb=2\nc=3\n",
+      "\n\n\n",
+      "",
+      " \t =\t \n\r\n",
+  };
+  std::mt19937 rng(11u);
+  for (int i = 0; i < 300; ++i) {
+    static const char kAlphabet[] = {'a', 'b', ' ', ' ', '=', '\n', '\r', '\t', '\0', 'k'};
+    std::string bytes(rng() % 3000, ' ');
+    for (char& c : bytes) c = kAlphabet[rng() % sizeof kAlphabet];
+    files.push_back(bytes);
+  }
+  for (std::size_t i = 0; i < files.size(); ++i) {
+    SCOPED_TRACE("file " + std::to_string(i));
+    const std::string file = writeFile("f.prefs", files[i]);
+    std::vector<std::string> warned;
+    const PrefMap want = ReferenceLoad(file, warned);
+    prefs->Configure(file, kSite);
+    Peer::loaded(*prefs, kSite) = false;
+    kttest::LogCapture log;
+    EXPECT_TRUE(prefs->LoadFromDisk(kSite));
+    EXPECT_EQ(map(kSite), want);
+    ASSERT_EQ(log.records().size(), warned.size());
+    for (std::size_t w = 0; w < warned.size(); ++w)
+      EXPECT_EQ(log.records()[w].text, "Warning : Ignoring line [" + warned[w] + "] in " + file +
+                                           "\nReason : No '=' token found\n");
+  }
+}
+
+TEST(KtUIDFastPath, MatchesIsxdigitAndSnprintf) {
+  std::mt19937 rng(13u);
+  for (int i = 0; i < 10000; ++i) {
+    unsigned char b[16];
+    for (unsigned char& byte : b) byte = static_cast<unsigned char>(i < 16 ? 0 : rng());
+    char want[37];
+    std::snprintf(want, sizeof want,
+                  "%02X%02X%02X%02X-%02X%02X-%02X%02X-%02X%02X-%02X%02X%02X%02X%02X%02X", b[0],
+                  b[1], b[2], b[3], b[4], b[5], b[6], b[7], b[8], b[9], b[10], b[11], b[12], b[13],
+                  b[14], b[15]);
+    char got[38];
+    got[37] = '#';
+    KtUID(b[0], b[1], b[2], b[3], b[4], b[5], b[6], b[7], b[8], b[9], b[10], b[11], b[12], b[13],
+          b[14], b[15])
+        .GetStr(got);
+    ASSERT_EQ(std::string(got, 38), std::string(want, 37) + "#");
+
+    // Damage the text: a random character at a random place, a cut, or none.
+    std::string text(want);
+    for (char& c : text) c = rng() % 4 ? c : static_cast<char>(std::tolower(c));
+    if (rng() % 2) text[rng() % text.size()] = static_cast<char>(rng() % 128);
+    if (rng() % 8 == 0) text.resize(rng() % 37);
+    text.resize(std::strlen(text.c_str()));
+    SCOPED_TRACE(text);
+    bool valid = text.size() == 36;
+    for (std::size_t p = 0; p < text.size() && valid; ++p) {
+      const bool hyphen = p == 8 || p == 13 || p == 18 || p == 23;
+      valid = hyphen ? text[p] == '-' : std::isxdigit(static_cast<unsigned char>(text[p])) != 0;
+    }
+    EXPECT_EQ(KtUID::IsUID(text.c_str()), valid);
+    const std::string padded = text + std::string(40, '\0');
+    unsigned char bytes[16] = {};
+    for (int k = 0; k < 16; ++k) {
+      const int at = 2 * k + (k >= 4) + (k >= 6) + (k >= 8) + (k >= 10);
+      bytes[k] = static_cast<unsigned char>(xdigitToUint8(padded[at]) << 4 |
+                                            xdigitToUint8(padded[at + 1]));
+    }
+    EXPECT_EQ(std::memcmp(KtUID(padded.c_str(), false).GetBytes(), bytes, 16), 0);
+    EXPECT_EQ(KtUID(text.c_str(), true), valid ? KtUID(padded.c_str(), false) : KtUID());
+  }
+  for (int c = 0; c < 256; ++c) {
+    const int expected =
+        std::isxdigit(c) ? (std::isdigit(c) ? c - '0' : std::toupper(c) - 'A' + 10) : 255;
+    EXPECT_EQ(xdigitToUint8(static_cast<char>(c)), expected) << c;
+  }
+}

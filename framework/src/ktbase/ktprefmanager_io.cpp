@@ -1,38 +1,109 @@
 // Preference files: one `key=value` line per entry, no header, no escapes,
 // no comments. A load replaces one scope's map; a save rewrites one file (or
 // all three) from the maps.
+#include <fcntl.h>
 #include <ktbase/ktprefmanager.h>
 #include <logmanager/log.h>
+#include <sys/stat.h>
+#include <unistd.h>
 
+#include <cerrno>
 #include <cstdio>
+#include <cstring>
 #include <string_view>
+#include <tuple>
+#include <utility>
 
 namespace {
 
-constexpr char kSpace = ' ';
+using PrefMap = std::map<std::string, std::string>;
 
-// Reads the whole file as fgets chunks appended as C strings: text after a
-// zero byte inside a chunk is lost, deliberately (no length is kept per
-// chunk). A file that cannot be opened yields "" without a message.
+constexpr char kSpace = ' ';
+// The chunk reader's buffer: chunks of at most 1023 characters.
+constexpr std::size_t kChunk = 1024 - 1;
+
+// Length of the chunk that fgets with a 1024-byte buffer would read at the
+// start of `data`: through the first line feed, at most 1023 characters.
+std::size_t ChunkLength(const char* data, std::size_t size) {
+  const std::size_t limit = size < kChunk ? size : kChunk;
+  const void* lineFeed = std::memchr(data, '\n', limit);
+  return lineFeed != nullptr ? static_cast<const char*>(lineFeed) - data + 1 : limit;
+}
+
+// Reads the whole file as the chunked reader joins it: fgets chunks appended
+// as C strings, so the text after a zero byte inside a chunk is lost,
+// deliberately (no length is kept per chunk). The bytes are read at once and
+// the chunks are only worked out when a zero byte is present. A read error
+// keeps what was read before it, less the chunk in progress (fgets returns
+// null for it), and is reported; a file that cannot be opened yields ""
+// without a message.
 std::string ReadPrefFile(const std::string& path) {
   std::string text;
-  std::FILE* file = std::fopen(path.c_str(), "rt");
-  if (file == nullptr) return text;
-  char buffer[1024];
-  while (std::fgets(buffer, sizeof buffer, file) != nullptr) text.append(buffer);
-  if (!std::feof(file)) {
-    // A read error (or a directory): what was read so far is still parsed.
+  const int file = ::open(path.c_str(), O_RDONLY | O_CLOEXEC);
+  if (file < 0) return text;
+  struct stat info {};
+  std::size_t capacity = 4096;
+  if (::fstat(file, &info) == 0 && S_ISREG(info.st_mode) && info.st_size > 0)
+    capacity = static_cast<std::size_t>(info.st_size) + 1;  // + 1 sees the end at once
+  std::size_t size = 0;
+  bool failed = false;
+  for (;;) {
+    if (size == text.size()) text.resize(size < capacity ? capacity : 2 * size);
+    const ssize_t got = ::read(file, &text[size], text.size() - size);
+    if (got > 0) {
+      size += static_cast<std::size_t>(got);
+    } else if (got < 0 && errno == EINTR) {
+      continue;
+    } else {
+      failed = got < 0;
+      break;
+    }
+  }
+  ::close(file);
+  text.resize(size);
+
+  if (failed) {
+    // A directory, or an error part way: what was read so far is still parsed.
+    std::size_t start = 0;
+    std::size_t length = 0;
+    for (std::size_t at = 0; at < size; at += length) {
+      start = at;
+      length = ChunkLength(text.data() + at, size - at);
+    }
+    if (length != 0 && length < kChunk && text[start + length - 1] != '\n') text.resize(start);
     Log::Singleton::Instance()->Stream(2)
         << "Error: reading preferences from [" << path << "]" << std::endl;
   }
-  std::fclose(file);
+
+  if (std::memchr(text.data(), '\0', text.size()) != nullptr) {
+    std::string joined;
+    joined.reserve(text.size());
+    for (std::size_t at = 0, length = 0; at < text.size(); at += length) {
+      const char* chunk = text.data() + at;
+      length = ChunkLength(chunk, text.size() - at);
+      const void* zero = std::memchr(chunk, '\0', length);
+      joined.append(chunk, zero != nullptr ? static_cast<const char*>(zero) - chunk : length);
+    }
+    text.swap(joined);
+  }
   return text;
+}
+
+// Stores `value` under `key`, a later line replacing an earlier one. The
+// hint at the end costs one comparison for keys that arrive in ascending
+// order, as a saved file holds them; other keys are searched for as by an
+// insert. A repeated key makes a node that is dropped, and its value is
+// assigned.
+void Store(PrefMap& prefs, std::string_view key, std::string_view value) {
+  const std::size_t size = prefs.size();
+  const auto at = prefs.emplace_hint(prefs.end(), std::piecewise_construct,
+                                     std::forward_as_tuple(key), std::forward_as_tuple(value));
+  if (prefs.size() == size) at->second.assign(value.data(), value.size());
 }
 
 // One line (without its line feed) into `prefs`. Only ' ' is trimmed: tabs
 // and carriage returns belong to the key or value.
-void ParseLine(std::string_view line, const std::string& path,
-               std::map<std::string, std::string>& prefs) {
+void ParseLine(std::string_view line, const std::string& path, PrefMap& prefs) {
   const std::size_t equal = line.find('=');
   if (equal == std::string_view::npos) {
     if (line.find_first_not_of(kSpace) != std::string_view::npos) {
@@ -53,16 +124,15 @@ void ParseLine(std::string_view line, const std::string& path,
   const std::size_t keyLast = line.find_last_not_of(kSpace, equal - 1);
   const std::size_t keyLength =
       keyLast == std::string_view::npos ? std::string_view::npos : keyLast - keyFirst + 1;
-  std::string key(line.substr(keyFirst, keyLength));
+  const std::string_view key = line.substr(keyFirst, keyLength);
 
   const std::size_t valueFirst = line.find_first_not_of(kSpace, equal + 1);
   if (valueFirst == std::string_view::npos) {
-    prefs.insert_or_assign(std::move(key), std::string());
+    Store(prefs, key, std::string_view());
     return;
   }
   const std::size_t valueLast = line.find_last_not_of(kSpace);
-  prefs.insert_or_assign(std::move(key),
-                         std::string(line.substr(valueFirst, valueLast - valueFirst + 1)));
+  Store(prefs, key, line.substr(valueFirst, valueLast - valueFirst + 1));
 }
 
 }  // namespace

@@ -8,6 +8,7 @@
 #include <cstdio>
 #include <cstring>
 #include <locale>
+#include <memory>
 #include <random>
 #include <sstream>
 
@@ -77,72 +78,19 @@ struct CommaPoint : std::numpunct<char> {
 }  // namespace
 
 TEST_F(PrefsTest, NumberReadsMatchTheStream) {
-  const char* const ints[] = {"",
-                              " ",
-                              "0",
-                              "-0",
-                              "+7",
-                              "  42abc",
-                              "12px",
-                              "abc",
-                              "2147483647",
-                              "2147483648",
-                              "-2147483648",
-                              "-2147483649",
-                              "99999999999999999999",
-                              "-99999999999999999999",
-                              "000000000000000000000012",
-                              "0x10",
-                              "\t5",
-                              "5 6",
-                              "-",
-                              "+",
-                              "1e5",
-                              "\n\v\f\r 9",
-                              "- 5",
-                              "+-5",
-                              "123456789012345678",
-                              "1234567890123456789"};
-  const char* const floats[] = {"0.5",
-                                "3.14159",
-                                "1e-07",
-                                "1e",
-                                "1e+",
-                                "1e-",
-                                "1.23457e+06",
-                                "inf",
-                                "nan",
-                                "-inf",
-                                "1e39",
-                                "-1e39",
-                                "1e-50",
-                                "1e-40",
-                                ".5",
-                                "5.",
-                                "-.5e1",
-                                "0x1p3",
-                                "12px",
-                                "  7",
-                                ".",
-                                "-.",
-                                ".e5",
-                                "e5",
-                                "1.2.3",
-                                "1e5e3",
-                                "1.5E3",
-                                "0e999",
-                                "-0",
-                                "-0.0",
-                                "16777216",
-                                "16777217",
-                                "1e10",
-                                "1e11",
-                                "1e-10",
-                                "1e-11",
-                                "0.000000000000000000000001",
-                                "100.000000000000",
-                                "340282350000000000000000000000000000000",
-                                "3.4028236e38"};
+  // clang-format off
+  const char* const ints[] = {
+      "", " ", "0", "-0", "+7", "  42abc", "12px", "abc", "2147483647", "2147483648",
+      "-2147483648", "-2147483649", "99999999999999999999", "-99999999999999999999",
+      "000000000000000000000012", "0x10", "\t5", "5 6", "-", "+", "1e5", "\n\v\f\r 9", "- 5",
+      "+-5", "123456789012345678", "1234567890123456789"};
+  const char* const floats[] = {
+      "0.5", "3.14159", "1e-07", "1e", "1e+", "1e-", "1.23457e+06", "inf", "nan", "-inf",
+      "1e39", "-1e39", "1e-50", "1e-40", ".5", "5.", "-.5e1", "0x1p3", "12px", "  7", ".", "-.",
+      ".e5", "e5", "1.2.3", "1e5e3", "1.5E3", "0e999", "-0", "-0.0", "16777216", "16777217",
+      "1e10", "1e11", "1e-10", "1e-11", "0.000000000000000000000001", "100.000000000000",
+      "340282350000000000000000000000000000000", "3.4028236e38"};
+  // clang-format on
   std::mt19937 rng(7u);
   std::vector<std::string> texts(std::begin(ints), std::end(ints));
   texts.insert(texts.end(), std::begin(floats), std::end(floats));
@@ -290,7 +238,10 @@ TEST(KtUIDFastPath, MatchesIsxdigitAndSnprintf) {
       const bool hyphen = p == 8 || p == 13 || p == 18 || p == 23;
       valid = hyphen ? text[p] == '-' : std::isxdigit(static_cast<unsigned char>(text[p])) != 0;
     }
-    EXPECT_EQ(KtUID::IsUID(text.c_str()), valid);
+    // An exactly sized copy: reading past the terminator is a sanitizer error.
+    const std::unique_ptr<char[]> exact(new char[text.size() + 1]);
+    std::memcpy(exact.get(), text.c_str(), text.size() + 1);
+    EXPECT_EQ(KtUID::IsUID(exact.get()), valid);
     const std::string padded = text + std::string(40, '\0');
     unsigned char bytes[16] = {};
     for (int k = 0; k < 16; ++k) {
@@ -299,7 +250,7 @@ TEST(KtUIDFastPath, MatchesIsxdigitAndSnprintf) {
                                             xdigitToUint8(padded[at + 1]));
     }
     EXPECT_EQ(std::memcmp(KtUID(padded.c_str(), false).GetBytes(), bytes, 16), 0);
-    EXPECT_EQ(KtUID(text.c_str(), true), valid ? KtUID(padded.c_str(), false) : KtUID());
+    EXPECT_EQ(KtUID(exact.get(), true), valid ? KtUID(padded.c_str(), false) : KtUID());
   }
   for (int c = 0; c < 256; ++c) {
     const int expected =

@@ -29,7 +29,7 @@ bool ExpandsTokens(const std::string& key) {
   const std::size_t size = key.size();
   if (size == kPathSuffixLength - 1) return true;
   return size >= kPathSuffixLength &&
-         key.compare(size - kPathSuffixLength, kPathSuffixLength, kPathSuffix) == 0;
+         std::memcmp(key.data() + size - kPathSuffixLength, kPathSuffix, kPathSuffixLength) == 0;
 }
 
 // Replaces every `token` in `value`. The normal loop searches again from the
@@ -61,16 +61,15 @@ struct Scopes {
   const PrefMap& tokens;
 
   // The stored text of `key` in the first scope that holds it, or null.
-  // Never inserts.
+  // Never inserts. One loop over the maps rather than three calls: one copy
+  // of the tree search, which measured markedly faster for site hits.
   const std::string* Find(const std::string& key, bool siteOnly) const {
-    if (!siteOnly) {
-      auto it = user.find(key);
-      if (it != user.end()) return &it->second;
-      it = project.find(key);
-      if (it != project.end()) return &it->second;
+    const PrefMap* const order[] = {&user, &project, &site};
+    for (std::size_t scope = siteOnly ? 2 : 0; scope < 3; ++scope) {
+      const auto it = order[scope]->find(key);
+      if (it != order[scope]->end()) return &it->second;
     }
-    const auto it = site.find(key);
-    return it != site.end() ? &it->second : nullptr;
+    return nullptr;
   }
 
   // The text a typed getter converts: the stored text itself, or, for a key
@@ -86,7 +85,10 @@ struct Scopes {
 };
 
 // True while a new std::istringstream would read with the classic locale.
-bool ClassicGlobalLocale() { return std::locale() == std::locale::classic(); }
+bool ClassicGlobalLocale() {
+  static const std::locale& classic = std::locale::classic();  // lives for ever
+  return std::locale() == classic;
+}
 
 // The classic locale's white space, which the stream skips before a number.
 bool IsClassicSpace(char c) { return c == ' ' || (c >= '\t' && c <= '\r'); }

@@ -21,7 +21,7 @@
 
 #include "fuzz_support.h"
 
-using PrefMap = std::map<std::string, std::string>;
+using ktfuzz::PrefMap;
 
 class CKTPrefManagerPeer {
  public:
@@ -33,7 +33,10 @@ class CKTPrefManagerPeer {
 
 namespace {
 
+using ktfuzz::Expand;
+using ktfuzz::Expands;
 using ktfuzz::InFolder;
+using ktfuzz::Split;
 
 std::string Join(const std::vector<std::string>& values, char sep) {
   std::string text;
@@ -42,26 +45,8 @@ std::string Join(const std::vector<std::string>& values, char sep) {
   return text;
 }
 
-std::vector<std::string> Split(const std::string& text, char sep) {
-  std::vector<std::string> pieces;
-  size_t start = 0;
-  for (size_t at = text.find(sep); at != std::string::npos; at = text.find(sep, start)) {
-    pieces.push_back(text.substr(start, at - start));
-    start = at + 1;
-  }
-  pieces.push_back(text.substr(start));
-  return pieces;
-}
 
-bool Expands(const std::string& key) { return key.rfind(".Path") == key.size() - 5; }
 
-std::string Expand(const std::string& key, std::string value, const PrefMap& tokens) {
-  if (!Expands(key)) return value;
-  for (const auto& [token, replacement] : tokens)
-    for (size_t at = value.find(token); at != std::string::npos; at = value.find(token))
-      value.replace(at, token.size(), replacement);
-  return value;
-}
 
 bool Survives(const std::string& key, const std::string& value) {
   const std::string both = key + value;

@@ -27,7 +27,7 @@
 
 #include "fuzz_support.h"
 
-using PrefMap = std::map<std::string, std::string>;
+using ktfuzz::PrefMap;
 
 // White-box access to the maps and tokens (the class is a friend).
 class CKTPrefManagerPeer {
@@ -40,7 +40,10 @@ class CKTPrefManagerPeer {
 
 namespace {
 
+using ktfuzz::Expand;
+using ktfuzz::Expands;
 using ktfuzz::InFolder;
+using ktfuzz::Split;
 
 struct Model {
   PrefMap prefs;
@@ -83,17 +86,7 @@ Model Parse(const std::string& text) {
   return model;
 }
 
-bool Expands(const std::string& key) { return key.rfind(".Path") == key.size() - 5; }
 
-std::string Expand(const std::string& key, std::string value, const PrefMap& tokens) {
-  if (!Expands(key)) return value;
-  for (const auto& [token, replacement] : tokens) {
-    // The replacements (folder names) never hold a token, so this ends.
-    for (size_t at = value.find(token); at != std::string::npos; at = value.find(token))
-      value.replace(at, token.size(), replacement);
-  }
-  return value;
-}
 
 bool AllSpace(const std::string& s) {
   for (unsigned char c : s)
@@ -101,16 +94,6 @@ bool AllSpace(const std::string& s) {
   return true;
 }
 
-std::vector<std::string> Split(const std::string& text, char sep) {
-  std::vector<std::string> pieces;
-  size_t start = 0;
-  for (size_t at = text.find(sep); at != std::string::npos; at = text.find(sep, start)) {
-    pieces.push_back(text.substr(start, at - start));
-    start = at + 1;
-  }
-  pieces.push_back(text.substr(start));
-  return pieces;
-}
 
 template <typename T>
 bool SameNumber(T a, T b) {

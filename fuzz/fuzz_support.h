@@ -16,6 +16,7 @@
 #include <cstdlib>
 #include <fstream>
 #include <iterator>
+#include <map>
 #include <string>
 #include <utility>
 #include <vector>
@@ -84,6 +85,35 @@ inline std::string ReadBytes(const std::string& path) {
 inline bool FileExists(const std::string& path) {
   boost::system::error_code ec;
   return boost::filesystem::exists(path, ec);
+}
+
+
+using PrefMap = std::map<std::string, std::string>;
+
+// Reference model of the list getter's cut: every separator splits, empty
+// pieces kept.
+inline std::vector<std::string> Split(const std::string& text, char sep) {
+  std::vector<std::string> pieces;
+  size_t start = 0;
+  for (size_t at = text.find(sep); at != std::string::npos; at = text.find(sep, start)) {
+    pieces.push_back(text.substr(start, at - start));
+    start = at + 1;
+  }
+  pieces.push_back(text.substr(start));
+  return pieces;
+}
+
+// Reference model of the read-side token rule: the unsigned ".Path" test
+// (which also takes every 4-character key).
+inline bool Expands(const std::string& key) { return key.rfind(".Path") == key.size() - 5; }
+
+// The replacements (folder names) never hold a token, so this ends.
+inline std::string Expand(const std::string& key, std::string value, const PrefMap& tokens) {
+  if (!Expands(key)) return value;
+  for (const auto& [token, replacement] : tokens)
+    for (size_t at = value.find(token); at != std::string::npos; at = value.find(token))
+      value.replace(at, token.size(), replacement);
+  return value;
 }
 
 }  // namespace ktfuzz

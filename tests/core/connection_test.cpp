@@ -23,7 +23,7 @@ class ConnectionTest : public ::testing::Test {
 };
 
 TEST_F(ConnectionTest, BlockAndUnblock) {
-  ktconnection connection(Connect());
+  ktconnection connection = Connect();  // copy-initialised, as plug-ins write it
   EXPECT_TRUE(connection.IsConnected());
   EXPECT_FALSE(connection.Blocked());
   connection.Block(true);

@@ -92,9 +92,20 @@ TEST_F(TempFileTest, RecursiveDeleteTreeWithReadOnlyFiles) {
   // Linked folders are not entered; a linked file's target became writable.
   EXPECT_TRUE(Exists(path("keep/target")));
   EXPECT_EQ(Perms(path("keep/target")), fs::owner_read | fs::owner_write);
-  EXPECT_THROW(KTRecursiveDelete(path("t")), fs::filesystem_error);
-  EXPECT_THROW(KTRecursiveDelete(path("keep/target")), fs::filesystem_error);
-  EXPECT_THROW(KTRecursiveDelete(""), fs::filesystem_error);
+  // A top path that links to a folder: only the link goes, the target's
+  // files and their bits stay.
+  fs::create_directory_symlink(path("keep"), path("toplink"));
+  EXPECT_TRUE(KTRecursiveDelete(path("toplink")));
+  EXPECT_FALSE(Exists(path("toplink")));
+  EXPECT_EQ(Perms(path("keep/target")), fs::owner_read | fs::owner_write);
+  fs::permissions(path("keep/target"), fs::owner_read);
+  fs::create_symlink(path("keep/target"), path("filelink"));
+  fs::create_symlink(path("gone"), path("dangling"));
+  for (const char* bad : {"t", "keep/target", "filelink", "dangling", ""}) {
+    SCOPED_TRACE(bad);
+    EXPECT_THROW(KTRecursiveDelete(*bad ? path(bad) : ""), fs::filesystem_error);
+  }
+  EXPECT_EQ(Perms(path("keep/target")), fs::owner_read);
 }
 
 TEST_F(TempFileTest, TempDirNamesNothing) {

@@ -19,6 +19,7 @@ namespace {
 template <typename T>
 T StreamRead(const std::string& text) {
   std::istringstream in(text);
+  in.imbue(std::locale::classic());
   T number = T();
   in >> number;
   return number;
@@ -69,10 +70,11 @@ PrefMap ReferenceLoad(const std::string& path, std::vector<std::string>& warned)
   return prefs;
 }
 
-// A numpunct with ',' as the decimal point: a host's global locale that a
-// new stream would take, and the fast paths must then step aside for.
+// A host's locale: ',' as the decimal point, '.' grouping thousands.
 struct CommaPoint : std::numpunct<char> {
   char do_decimal_point() const override { return ','; }
+  char do_thousands_sep() const override { return '.'; }
+  std::string do_grouping() const override { return "\3"; }
 };
 
 }  // namespace
@@ -109,22 +111,29 @@ TEST_F(PrefsTest, NumberReadsMatchTheStream) {
   }
 }
 
-TEST_F(PrefsTest, NumberReadsFollowTheGlobalLocale) {
+TEST_F(PrefsTest, NumbersIgnoreTheGlobalLocale) {
   struct GlobalLocale {
     const std::locale previous =
         std::locale::global(std::locale(std::locale::classic(), new CommaPoint));
     ~GlobalLocale() { std::locale::global(previous); }
-  };
-  {
-    GlobalLocale comma;
-    for (const std::string text : {"1,5", "1.5", "-2,25e1", "7"}) {
-      SCOPED_TRACE(text);
-      EXPECT_EQ(ManagerRead<float>(*prefs, text), StreamRead<float>(text));
-      EXPECT_EQ(ManagerRead<int>(*prefs, text), StreamRead<int>(text));
-    }
-    EXPECT_EQ(ManagerRead<float>(*prefs, "1,5"), 1.5f);
+  } comma;
+  std::ostringstream local;
+  local << 1234567 << ' ' << 0.5f;
+  ASSERT_EQ(local.str(), "1.234.567 0,5");  // the locale is in force
+  prefs->SetPref("i", 1234567, kUser);
+  prefs->SetPref("f", 0.5f, kUser);
+  EXPECT_EQ(map(kUser), (PrefMap{{"f", "0.5"}, {"i", "1234567"}}));
+  prefs->Configure(writeFile("site.prefs", "f=0.5\ni=1234567\n"), kSite);
+  prefs->LoadFromDisk(kSite);
+  int i = 0;
+  float f = 0.0f;
+  EXPECT_EQ(prefs->GetPref("i", 0, i, true), 1234567);
+  EXPECT_EQ(prefs->GetPref("f", 0.0f, f, true), 0.5f);
+  for (const std::string text : {"1,5", "1.234.567", "12px", "abc", "1e", "0.5e20", "2,5e-20"}) {
+    SCOPED_TRACE(text);
+    EXPECT_EQ(ManagerRead<float>(*prefs, text), StreamRead<float>(text));
+    EXPECT_EQ(ManagerRead<int>(*prefs, text), StreamRead<int>(text));
   }
-  EXPECT_EQ(ManagerRead<float>(*prefs, "1,5"), 1.0f);
 }
 
 TEST_F(PrefsTest, TypedReadsMatchTheStringRead) {

@@ -6,8 +6,11 @@
 // of a plain decimal form are converted directly, everything else goes
 // through a default-formatted std::istringstream exactly as the contract
 // says. The direct conversions give what the stream gives (see
-// ParsePlainInt and ParsePlainFloat); they are used only while the global
-// locale is the classic one, the locale a new stream would take.
+// ParsePlainInt and ParsePlainFloat).
+//
+// Numbers are read in the classic format whatever global locale the host
+// installs: a file shared by machines in different locales must mean the
+// same on each.
 #include <ktbase/ktprefmanager.h>
 
 #include <cfloat>
@@ -84,12 +87,6 @@ struct Scopes {
   }
 };
 
-// True while a new std::istringstream would read with the classic locale.
-bool ClassicGlobalLocale() {
-  static const std::locale& classic = std::locale::classic();  // lives for ever
-  return std::locale() == classic;
-}
-
 // The classic locale's white space, which the stream skips before a number.
 bool IsClassicSpace(char c) { return c == ' ' || (c >= '\t' && c <= '\r'); }
 
@@ -101,6 +98,7 @@ bool IsDigit(char c) { return static_cast<unsigned char>(c - '0') < 10; }
 template <typename T>
 T ExtractNumber(const std::string& text) {
   std::istringstream in(text);
+  in.imbue(std::locale::classic());
   T number = T();
   in >> number;
   return number;
@@ -202,13 +200,13 @@ bool ParsePlainFloat(const std::string& text, float& number) {
 
 int ConvertInt(const std::string& text) {
   int number = 0;
-  if (ParsePlainInt(text, number) && ClassicGlobalLocale()) return number;
+  if (ParsePlainInt(text, number)) return number;
   return ExtractNumber<int>(text);
 }
 
 float ConvertFloat(const std::string& text) {
   float number = 0.0f;
-  if (ParsePlainFloat(text, number) && ClassicGlobalLocale()) return number;
+  if (ParsePlainFloat(text, number)) return number;
   return ExtractNumber<float>(text);
 }
 

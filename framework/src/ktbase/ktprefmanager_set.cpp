@@ -3,8 +3,23 @@
 // touches the disk, and the writable flag is not consulted.
 #include <ktbase/ktprefmanager.h>
 
+#include <locale>
 #include <sstream>
 #include <stdexcept>
+
+namespace {
+
+// Numbers are written in the classic format whatever global locale the host
+// installs, so files read the same in every locale ("1234567", "0.5").
+template <typename T>
+std::string FormatNumber(T value) {
+  std::ostringstream out;
+  out.imbue(std::locale::classic());
+  out << value;
+  return out.str();
+}
+
+}  // namespace
 
 // Any type other than user, project or site (ePrefAll included) is ignored.
 void CKTPrefManager::SetPref(const std::string& key, const std::string& value, EPrefType type) {
@@ -45,19 +60,13 @@ void CKTPrefManager::SetPref(const std::string& key, bool value, EPrefType type)
 }
 
 void CKTPrefManager::SetPref(const std::string& key, int value, EPrefType type) {
-  std::ostringstream out;
-  out << value;
-  const std::string text = out.str();
-  SetPref(key, text, type);
+  SetPref(key, FormatNumber(value), type);
 }
 
 // Default stream format: 6 significant digits, general notation
 // ("1e-07", "1.23457e+06", "100").
 void CKTPrefManager::SetPref(const std::string& key, float value, EPrefType type) {
-  std::ostringstream out;
-  out << value;
-  const std::string text = out.str();
-  SetPref(key, text, type);
+  SetPref(key, FormatNumber(value), type);
 }
 
 // Joined with `separator`, unescaped. An empty list stores nothing and leaves

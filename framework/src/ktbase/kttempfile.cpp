@@ -86,6 +86,12 @@ bool KTRemoveFile(const std::string& path) {
 
 bool KTRecursiveDelete(const std::string& path) {
   const fs::path top(path);
+  // A link to a folder is removed as the link it is: walking it would delete
+  // the files of a tree the caller never handed over.
+  if (fs::is_symlink(fs::symlink_status(top)) && fs::is_directory(top)) {
+    fs::remove(top);
+    return true;
+  }
   // Files first, made writable, so that remove_all() only meets folders.
   // Linked folders are not entered; a link to a file counts as a file.
   for (fs::recursive_directory_iterator it(top, fs::directory_options::none), end; it != end;

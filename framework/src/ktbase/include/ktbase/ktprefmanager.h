@@ -9,6 +9,9 @@
 // Nothing is saved until SaveToDisk() or destruction, which saves the user
 // scope unless Writable(false) was called. Not thread-safe.
 //
+// Files are locale-independent: numbers are written and read in the classic
+// format ("1234567", "0.5") whatever global locale the host installs.
+//
 // IKTPrefManager's slots are append-only: plug-ins call them by position.
 #ifndef KTBASE_KTPREFMANAGER_H
 #define KTBASE_KTPREFMANAGER_H

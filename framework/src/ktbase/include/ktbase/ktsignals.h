@@ -18,8 +18,9 @@ namespace BaseSystem {
 class KTBASE_API ktconnection : public qrn::signalling::IConnection,
                                 public qrn::IBase {
  public:
-  // Copies the handle; the connection is left as it is.
-  explicit ktconnection(boost::signals2::connection connection);
+  // Copies the handle; the connection is left as it is. Not explicit, so
+  // `ktconnection c = signal.connect(slot);` compiles.
+  ktconnection(boost::signals2::connection connection);
   ~ktconnection() override;
 
   void Disconnect() override;

@@ -44,11 +44,18 @@ class KTBASE_API CKTTempDir {
 // True when nothing is at `path` afterwards (or never was); adds the owner's
 // write bit first. Never throws.
 KTBASE_API bool KTRemoveFile(const std::string& path);
-// Removes a folder tree, read-only files included (symbolic links to folders
-// are not followed). True when nothing is at `path` afterwards. Throws
-// boost::filesystem::filesystem_error when `path` cannot be listed (missing,
-// not a folder, no permission), a status cannot be read or a removal fails;
-// what was removed before stays removed.
+// Removes a folder tree, read-only files included. True when nothing is at
+// `path` afterwards. Symbolic links are not followed:
+// - `path` itself a link to a folder: only the link is removed (true);
+//   nothing below its target is deleted or changes permissions;
+// - a link to a folder inside the tree: the link is removed, the linked
+//   folder's contents are left alone;
+// - a link to a file inside the tree: the link is removed, and its target
+//   gains the owner's write bit (deliberate: files are made writable before
+//   removal, and that follows links).
+// Throws boost::filesystem::filesystem_error when `path` cannot be listed
+// (missing, not a folder, no permission), a status cannot be read or a
+// removal fails; what was removed before stays removed.
 KTBASE_API bool KTRecursiveDelete(const std::string& path);
 // Adds the owner's write bit (0200) when it is clear; follows links. Throws
 // boost::filesystem::filesystem_error when the status cannot be read or the

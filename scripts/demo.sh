@@ -16,5 +16,9 @@ cmake --build --preset release -j "$(nproc)"
 stage="$PWD/build/release/stage"
 rm -rf "$stage"
 cmake --install build/release --prefix "$stage" >/dev/null
-echo "Installed into $stage; running kthost:"
+echo "Installed into $stage"
+if ls "$stage"/bin/linux_intel.release/ktbase.*.so >/dev/null 2>&1; then
+  echo "Python: PYTHONPATH=$stage/bin/linux_intel.release python3 -c 'import ktbase'"
+fi
+echo "Running kthost:"
 exec "$stage/bin/linux_intel.release/kthost" "$@"

@@ -5,8 +5,8 @@
 set -euo pipefail
 
 build=(g++ cmake ninja-build pkg-config libboost-filesystem-dev libboost-system-dev
-       libboost-dev libspdlog-dev libfmt-dev)
-test=("${build[@]}" libgtest-dev libgmock-dev)
+       libboost-dev libspdlog-dev libfmt-dev python3-dev pybind11-dev)
+test=("${build[@]}" libgtest-dev libgmock-dev python3-pytest)
 bench=("${build[@]}" libbenchmark-dev libpoco-dev libinih-dev uuid-dev)
 guard=("${test[@]}" clang libclang-rt-14-dev valgrind abigail-tools)
 

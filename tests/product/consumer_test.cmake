@@ -1,7 +1,8 @@
 # cmake -P: installs the build into a fresh prefix, checks the installed
 # layout and run paths, runs the installed programs, then builds an
 # out-of-tree plug-in against the prefix (CMake package, then pkg-config) and
-# runs the installed kthost on it.
+# runs the installed kthost on it. With -DPYTHON_MODULE and -DPYTHON, also
+# imports the installed Python module.
 cmake_minimum_required(VERSION 3.25)
 foreach(var BUILD_DIR CONSUMER_SOURCE WORK_DIR GENERATOR CXX_COMPILER)
   if(NOT DEFINED ${var})
@@ -44,6 +45,9 @@ set(elf_files
   "bin/linux_intel.release/ktprefs=$ORIGIN"
   "plugins/libexample_greeter.so=$ORIGIN/../bin/linux_intel.release"
   "plugins/libexample_welcome.so=$ORIGIN/../bin/linux_intel.release")
+if(PYTHON_MODULE)
+  list(APPEND elf_files "bin/linux_intel.release/${PYTHON_MODULE}=$ORIGIN")
+endif()
 foreach(entry IN LISTS elf_files)
   string(REGEX MATCH "^([^=]+)=(.*)$" _ "${entry}")
   set(file "${CMAKE_MATCH_1}")
@@ -74,6 +78,16 @@ expect("loaded libexample_greeter.so")
 expect("welcome: startup: found Example.GreetingService by name: Hello, world!")
 run("${bin}/ktprefs" get Plugins.Path)
 expect("${prefix}/plugins\n")
+
+# The installed Python module with PYTHONPATH alone: the same root and the
+# same preference as the installed programs.
+if(PYTHON_MODULE)
+  set(ENV{PYTHONPATH} "${bin}")
+  run("${PYTHON}" -c "import ktbase\np = ktbase.Prefs(writable=False)\np.load()\n\
+print(ktbase.root_dir(), p.get('Plugins.Path', ''), open('${bin}/ktbase.pyi').readline())")
+  expect("${prefix} ${prefix}/plugins \"\"\"ktbase:")
+  unset(ENV{PYTHONPATH})
+endif()
 
 foreach(mode package pkg-config)
   set(build "${WORK_DIR}/build-${mode}")

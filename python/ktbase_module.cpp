@@ -7,12 +7,16 @@
 // surrogates, as os.fsdecode does), so any byte a preference file holds
 // survives a get and a set. Calls hold the GIL: the library is
 // single-threaded, and the GIL serialises its callers.
+
+// clang-format off
+#include <pybind11/pybind11.h>  // first: Python.h precedes every standard header
+// clang-format on
+
 #include <ktbase/ktappdatapath.h>
 #include <ktbase/ktpaths.h>
 #include <ktbase/ktprefmanager.h>
 #include <ktbase/ktsearchpath.h>
 #include <ktbase/ktuid.h>
-#include <pybind11/pybind11.h>
 
 #include <boost/filesystem/exception.hpp>
 #include <cctype>
@@ -330,8 +334,8 @@ PYBIND11_MODULE(ktbase, m) {
            "The value of key, of the default's type: bool (true only for 'true' and\n"
            "'1'), int (leading digits: '12px' is 12, 'abc' 0, out of range the C int\n"
            "limit), float (C float), str, or list of str split at sep (empty pieces\n"
-           "kept). A missing key gives the default; so does an empty value, but for\n"
-           "str and list. Values of keys ending in '.Path' (and of every 4-character\n"
+           "kept). A missing key gives the default; an empty value too, except for\n"
+           "str ('') and list (['']). Values of keys ending in '.Path' (and of every 4-character\n"
            "key) have <ROOT_DIR> and <APPDATA_DIR> expanded. site_only reads the\n"
            "site scope alone. TypeError for another default type, OverflowError for\n"
            "a number beyond the C type, ValueError for a null character.")
@@ -404,7 +408,7 @@ PYBIND11_MODULE(ktbase, m) {
   m.def(
       "app_data_dir",
       [](py::object subPath) {
-        const std::string sub = subPath.is_none() ? std::string() : Encode(subPath, "sub_path");
+        const std::string sub = Encode(subPath, "sub_path");
         return Decode(CKTAppDataPath(sub, CKTAppDataPath::eAppDataUser).string());
       },
       py::arg("sub_path") = "",

@@ -124,6 +124,11 @@ def test_lifecycle_saves_the_user_scope(tmp):
     del prefs
     gc.collect()
     assert user.read_text() == "k=2\n"
+    full = Prefs(user="/dev/full")  # more than a stdio buffer, so the write itself fails
+    full.set("k", "x" * 10000, Scope.USER)
+    for call in (lambda: full.save(Scope.ALL), full.close):
+        with pytest.raises(OSError, match="written short"):
+            call()
     defaults = Prefs()  # the library's default user file
     defaults.set("k", "v", Scope.USER)
     defaults.close()

@@ -1,7 +1,8 @@
 // The fast paths against the plain standard-library algorithms they replace:
-// number reads against a default-formatted std::istringstream, typed reads
-// against the string read, file loads against the fgets + std::getline
-// reader, identifiers against isxdigit and snprintf. Any drift shows here.
+// key searches against std::map::find, number reads against a
+// default-formatted std::istringstream, typed reads against the string read,
+// file loads against the fgets + std::getline reader, identifiers against
+// isxdigit and snprintf. Any drift shows here.
 #include <ktbase/ktuid.h>
 
 #include <cctype>
@@ -78,6 +79,36 @@ struct CommaPoint : std::numpunct<char> {
 };
 
 }  // namespace
+
+TEST_F(PrefsTest, LookupMatchesTheMapFind) {
+  // Keys that differ only in length, at a zero byte, at a byte that orders as
+  // unsigned (0x80, 0xff), in any chunk of 8 bytes and in the short tails.
+  std::mt19937 rng(17u);
+  const char kBytes[] = {'a', 'b', '\0', '\x7f', '\x80', '\xff'};
+  std::vector<std::string> keys = {"", std::string(300, 'k'), std::string(300, 'k') + 'k'};
+  for (int i = 0; i < 600; ++i) {
+    std::string key = i % 3 ? keys[rng() % keys.size()] : std::string();  // a prefix of another
+    for (std::size_t n = key.size() + rng() % 20; key.size() < n;) key += kBytes[rng() % 6];
+    keys.push_back(key);
+  }
+  for (int round = 0; round < 2; ++round) {  // empty scopes, then two of three filled
+    for (std::size_t i = 0; round == 1 && i < keys.size(); ++i) {
+      if (rng() % 3 != 0) map(rng() % 2 ? kUser : kSite)[keys[i]] = std::to_string(i);
+    }
+    for (const std::string& key : keys) {
+      SCOPED_TRACE(testing::PrintToString(key));
+      for (const bool siteOnly : {false, true}) {
+        std::string want = "missing", got;
+        for (const auto scope : {kUser, kProject, kSite}) {
+          const auto hit = map(scope).find(key);
+          if (hit != map(scope).end() && want == "missing" && (!siteOnly || scope == kSite))
+            want = hit->second;
+        }
+        EXPECT_EQ(prefs->GetPref(key, std::string("missing"), got, siteOnly), want) << siteOnly;
+      }
+    }
+  }
+}
 
 TEST_F(PrefsTest, NumberReadsMatchTheStream) {
   // clang-format off

@@ -19,6 +19,8 @@
 #include <locale>
 #include <sstream>
 
+#include "ktprefmanager_search.h"
+
 namespace {
 
 using PrefMap = std::map<std::string, std::string>;
@@ -69,8 +71,7 @@ struct Scopes {
   const std::string* Find(const std::string& key, bool siteOnly) const {
     const PrefMap* const order[] = {&user, &project, &site};
     for (std::size_t scope = siteOnly ? 2 : 0; scope < 3; ++scope) {
-      const auto it = order[scope]->find(key);
-      if (it != order[scope]->end()) return &it->second;
+      if (const std::string* value = ktprefsearch::FindValue(*order[scope], key)) return value;
     }
     return nullptr;
   }

@@ -1,0 +1,101 @@
+// Internal to the library: the preference getters' key search, the same
+// answer as std::map<std::string, std::string>::find, faster.
+//
+// Why a search of our own: a read that hits the site scope searches the user
+// and project maps first, and std::map::find pays, at every node, a call to
+// std::string::compare and through it an out-of-line memcmp. Here a node costs
+// an inline comparison of 8 bytes at a time, loaded big-endian so that one
+// unsigned integer comparison orders them as memcmp does, and the walk stops
+// at the first equal key instead of going on to a leaf.
+//
+// Why it walks libstdc++'s tree directly: std::map offers no search with a
+// comparison of our own for a std::string key (a transparent comparator would
+// change the maps' type, which is part of CKTPrefManager's layout). The
+// binary contract is libstdc++ only, and this header is the one place that
+// relies on how its red-black tree is built: the end iterator's node is the
+// tree's header, whose parent is the root; children are null at the leaves;
+// each node is a std::_Rb_tree_node holding the map's value. The preference
+// tests compare every answer with std::map::find.
+#ifndef KTBASE_KTPREFMANAGER_SEARCH_H
+#define KTBASE_KTPREFMANAGER_SEARCH_H
+
+#include <cstddef>
+#include <cstdint>
+#include <cstring>
+#include <map>
+#include <string>
+
+#ifndef __GLIBCXX__
+#error "ktprefmanager_search.h walks libstdc++'s std::map tree"
+#endif
+
+namespace ktprefsearch {
+
+using PrefMap = std::map<std::string, std::string>;
+
+// 8 bytes from `p` as a big-endian number: integer order is memcmp order.
+inline std::uint64_t LoadChunk(const char* p) {
+  std::uint64_t chunk;
+  std::memcpy(&chunk, p, sizeof chunk);
+  return __builtin_bswap64(chunk);
+}
+
+inline std::uint64_t LoadChunk4(const char* p) {
+  std::uint32_t chunk;
+  std::memcpy(&chunk, p, sizeof chunk);
+  return __builtin_bswap32(chunk);
+}
+
+// The first `n` (< 8) bytes of `p`, big-endian in the high bytes, zeros
+// below; reads nothing past p + n.
+inline std::uint64_t LoadShortChunk(const char* p, std::size_t n) {
+  if (n >= 4) return LoadChunk4(p) << 32 | LoadChunk4(p + n - 4) << (64 - 8 * n);
+  if (n == 0) return 0;
+  const auto byte = [p](std::size_t i) {
+    return static_cast<std::uint64_t>(static_cast<unsigned char>(p[i])) << (56 - 8 * i);
+  };
+  return byte(0) | byte(n / 2) | byte(n - 1);
+}
+
+// Negative, zero or positive as std::string::compare of (a, na) with (b, nb):
+// unsigned bytes in order, then the shorter first.
+inline int CompareKeys(const char* a, std::size_t na, const char* b, std::size_t nb) {
+  const std::size_t n = na < nb ? na : nb;
+  std::uint64_t x, y;
+  if (n >= 8) {
+    std::size_t i = 0;
+    for (; i + 8 < n; i += 8) {
+      x = LoadChunk(a + i);
+      y = LoadChunk(b + i);
+      if (x != y) return x < y ? -1 : 1;
+    }
+    // The last, possibly partial chunk, loaded as the 8 bytes that end at n:
+    // the bytes it shares with the previous chunk are already known equal.
+    x = LoadChunk(a + n - 8);
+    y = LoadChunk(b + n - 8);
+  } else {
+    x = LoadShortChunk(a, n);
+    y = LoadShortChunk(b, n);
+  }
+  if (x != y) return x < y ? -1 : 1;
+  return na < nb ? -1 : na > nb ? 1 : 0;
+}
+
+// The value stored under `key` in `map`, or null; what map.find(key) finds.
+inline const std::string* FindValue(const PrefMap& map, const std::string& key) {
+  using Node = std::_Rb_tree_node<PrefMap::value_type>;
+  const std::_Rb_tree_node_base* node = map.end()._M_node->_M_parent;  // the root
+  const char* const data = key.data();
+  const std::size_t size = key.size();
+  while (node != nullptr) {
+    const PrefMap::value_type& entry = *static_cast<const Node*>(node)->_M_valptr();
+    const int order = CompareKeys(data, size, entry.first.data(), entry.first.size());
+    if (order == 0) return &entry.second;
+    node = order < 0 ? node->_M_left : node->_M_right;
+  }
+  return nullptr;
+}
+
+}  // namespace ktprefsearch
+
+#endif  // KTBASE_KTPREFMANAGER_SEARCH_H

@@ -70,8 +70,10 @@ struct Scopes {
   // of the tree search, which measured markedly faster for site hits.
   const std::string* Find(const std::string& key, bool siteOnly) const {
     const PrefMap* const order[] = {&user, &project, &site};
+    const ktprefsearch::SearchKey searchKey(key);
     for (std::size_t scope = siteOnly ? 2 : 0; scope < 3; ++scope) {
-      if (const std::string* value = ktprefsearch::FindValue(*order[scope], key)) return value;
+      if (const std::string* value = ktprefsearch::FindValue(*order[scope], searchKey))
+        return value;
     }
     return nullptr;
   }

@@ -58,12 +58,14 @@ inline std::uint64_t LoadShortChunk(const char* p, std::size_t n) {
 }
 
 // Negative, zero or positive as std::string::compare of (a, na) with (b, nb):
-// unsigned bytes in order, then the shorter first.
-inline int CompareKeys(const char* a, std::size_t na, const char* b, std::size_t nb) {
+// unsigned bytes in order, then the shorter first. The first `equal` bytes
+// (0 or 8) may be given as known equal.
+inline int CompareKeys(const char* a, std::size_t na, const char* b, std::size_t nb,
+                       std::size_t equal = 0) {
   const std::size_t n = na < nb ? na : nb;
   std::uint64_t x, y;
   if (n >= 8) {
-    std::size_t i = 0;
+    std::size_t i = equal;
     for (; i + 8 < n; i += 8) {
       x = LoadChunk(a + i);
       y = LoadChunk(b + i);
@@ -81,15 +83,35 @@ inline int CompareKeys(const char* a, std::size_t na, const char* b, std::size_t
   return na < nb ? -1 : na > nb ? 1 : 0;
 }
 
+// The first min(n, 8) bytes of `p` as a big-endian number, zeros after the
+// end. Two keys whose heads differ order as their heads do (a key that ends
+// inside the head is a prefix of the other, and its zeros order first). Equal
+// heads need CompareKeys, which may skip the head when both keys hold one.
+inline std::uint64_t LoadHead(const char* p, std::size_t n) {
+  return n >= 8 ? LoadChunk(p) : LoadShortChunk(p, n);
+}
+
+// A key made ready once for the searches of several scopes.
+struct SearchKey {
+  explicit SearchKey(const std::string& key)
+      : data(key.data()), size(key.size()), head(LoadHead(data, size)) {}
+  const char* data;
+  std::size_t size;
+  std::uint64_t head;
+};
+
 // The value stored under `key` in `map`, or null; what map.find(key) finds.
-inline const std::string* FindValue(const PrefMap& map, const std::string& key) {
+inline const std::string* FindValue(const PrefMap& map, const SearchKey& key) {
   using Node = std::_Rb_tree_node<PrefMap::value_type>;
   const std::_Rb_tree_node_base* node = map.end()._M_node->_M_parent;  // the root
-  const char* const data = key.data();
-  const std::size_t size = key.size();
   while (node != nullptr) {
     const PrefMap::value_type& entry = *static_cast<const Node*>(node)->_M_valptr();
-    const int order = CompareKeys(data, size, entry.first.data(), entry.first.size());
+    const char* const data = entry.first.data();
+    const std::size_t size = entry.first.size();
+    const std::uint64_t head = LoadHead(data, size);
+    const int order = key.head < head   ? -1
+                      : key.head > head ? 1
+                                        : CompareKeys(key.data, key.size, data, size, 8);
     if (order == 0) return &entry.second;
     node = order < 0 ? node->_M_left : node->_M_right;
   }

@@ -5,8 +5,10 @@
 // and project maps first, and std::map::find pays, at every node, a call to
 // std::string::compare and through it an out-of-line memcmp. Here a node costs
 // an inline comparison of 8 bytes at a time, loaded big-endian so that one
-// unsigned integer comparison orders them as memcmp does, and the walk stops
-// at the first equal key instead of going on to a leaf.
+// unsigned integer comparison orders them as memcmp does; the key's first 8
+// bytes are loaded once per read, most nodes are told apart by them alone, and
+// the walk stops at the first equal key instead of going on to a leaf. It only
+// reads the maps: concurrent getters stay safe with one another.
 //
 // Why it walks libstdc++'s tree directly: std::map offers no search with a
 // comparison of our own for a std::string key (a transparent comparator would
@@ -15,7 +17,7 @@
 // relies on how its red-black tree is built: the end iterator's node is the
 // tree's header, whose parent is the root; children are null at the leaves;
 // each node is a std::_Rb_tree_node holding the map's value. The preference
-// tests compare every answer with std::map::find.
+// tests compare its answers with std::map::find's on keys chosen to be hard.
 #ifndef KTBASE_KTPREFMANAGER_SEARCH_H
 #define KTBASE_KTPREFMANAGER_SEARCH_H
 
@@ -28,6 +30,7 @@
 #ifndef __GLIBCXX__
 #error "ktprefmanager_search.h walks libstdc++'s std::map tree"
 #endif
+static_assert(__BYTE_ORDER__ == __ORDER_LITTLE_ENDIAN__, "LoadChunk swaps bytes to big-endian");
 
 namespace ktprefsearch {
 

@@ -7,24 +7,28 @@
 #   <prefix>/plugins/                  the example plug-ins
 #   <prefix>/site.prefs, <prefix>/db/
 # Every installed ELF file finds its libraries through a $ORIGIN run path.
+# Each rule names the component (and so the Debian package, see
+# KtbasePackage.cmake) it belongs to: runtime or dev. `cmake --install`
+# without --component installs them all.
 include(CMakePackageConfigHelpers)
 
 set(KTBASE_INSTALL_CMAKEDIR "lib/cmake/ktbase")
 
 install(TARGETS ktbase EXPORT ktbaseTargets
-  LIBRARY DESTINATION ${KTBASE_BIN_SUBDIR}
-  FILE_SET HEADERS DESTINATION include
-  FILE_SET common_headers DESTINATION include)
+  LIBRARY DESTINATION ${KTBASE_BIN_SUBDIR} COMPONENT runtime
+  FILE_SET HEADERS DESTINATION include COMPONENT dev
+  FILE_SET common_headers DESTINATION include COMPONENT dev)
 install(TARGETS logmanager EXPORT ktbaseTargets
-  LIBRARY DESTINATION ${KTBASE_BIN_SUBDIR}
-  FILE_SET HEADERS DESTINATION include)
+  LIBRARY DESTINATION ${KTBASE_BIN_SUBDIR} COMPONENT runtime
+  FILE_SET HEADERS DESTINATION include COMPONENT dev)
 # The plug-in convention is header-only; it belongs with the other headers.
 install(FILES ${PROJECT_SOURCE_DIR}/examples/include/ktbase/ktplugin.h
-  DESTINATION include/ktbase)
+  DESTINATION include/ktbase COMPONENT dev)
 
 install(EXPORT ktbaseTargets
   NAMESPACE ktbase::
-  DESTINATION ${KTBASE_INSTALL_CMAKEDIR})
+  DESTINATION ${KTBASE_INSTALL_CMAKEDIR}
+  COMPONENT dev)
 configure_package_config_file(
   ${CMAKE_CURRENT_LIST_DIR}/ktbaseConfig.cmake.in
   ${CMAKE_BINARY_DIR}/ktbaseConfig.cmake
@@ -37,22 +41,26 @@ write_basic_package_version_file(
 install(FILES
   ${CMAKE_BINARY_DIR}/ktbaseConfig.cmake
   ${CMAKE_BINARY_DIR}/ktbaseConfigVersion.cmake
-  DESTINATION ${KTBASE_INSTALL_CMAKEDIR})
+  DESTINATION ${KTBASE_INSTALL_CMAKEDIR}
+  COMPONENT dev)
 
 # Relocatable: paths are relative to the .pc file itself, so the tree works
 # wherever `cmake --install --prefix` put it.
+set(KTBASE_PC_PREFIX "\${pcfiledir}/../..")
 configure_file(${CMAKE_CURRENT_LIST_DIR}/ktbase.pc.in ${CMAKE_BINARY_DIR}/ktbase.pc @ONLY)
-install(FILES ${CMAKE_BINARY_DIR}/ktbase.pc DESTINATION lib/pkgconfig)
+install(FILES ${CMAKE_BINARY_DIR}/ktbase.pc DESTINATION lib/pkgconfig COMPONENT dev)
 
 if(TARGET kthost)
-  install(TARGETS kthost ktprefs RUNTIME DESTINATION ${KTBASE_BIN_SUBDIR})
-  install(TARGETS example_greeter example_welcome LIBRARY DESTINATION plugins)
+  install(TARGETS kthost ktprefs RUNTIME DESTINATION ${KTBASE_BIN_SUBDIR} COMPONENT runtime)
+  install(TARGETS example_greeter example_welcome
+    LIBRARY DESTINATION plugins COMPONENT runtime)
 endif()
 
 # The database folder, empty until something puts data there.
-install(DIRECTORY DESTINATION db)
+install(DIRECTORY DESTINATION db COMPONENT runtime)
 # The bundled site preferences, installed only where there are none yet, so
-# an administrator's edits survive a reinstall.
+# an administrator's edits survive a reinstall. The Debian package does not
+# take this component: it ships the file as a conffile instead.
 install(CODE "
   set(_ktbase_site \"\$ENV{DESTDIR}\${CMAKE_INSTALL_PREFIX}/site.prefs\")
   if(EXISTS \"\${_ktbase_site}\")
@@ -61,4 +69,5 @@ install(CODE "
     message(STATUS \"Installing: \${_ktbase_site}\")
     file(INSTALL \"${PROJECT_SOURCE_DIR}/examples/site.prefs\"
          DESTINATION \"\$ENV{DESTDIR}\${CMAKE_INSTALL_PREFIX}\")
-  endif()")
+  endif()"
+  COMPONENT site-prefs)

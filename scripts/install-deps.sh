@@ -1,6 +1,7 @@
 #!/usr/bin/env bash
 # Installs the Debian 12 packages a build needs, only those that are missing.
-#   scripts/install-deps.sh [build|test|bench|guard|all]...   (default: test)
+#   scripts/install-deps.sh [build|test|bench|guard|package|package-check|all]...
+#   (default: test)
 # Runs apt-get as root (or through sudo when it is there).
 set -euo pipefail
 
@@ -9,6 +10,10 @@ build=(g++ cmake ninja-build pkg-config libboost-filesystem-dev libboost-system-
 test=("${build[@]}" libgtest-dev libgmock-dev python3-pytest)
 bench=("${build[@]}" libbenchmark-dev libpoco-dev libinih-dev uuid-dev)
 guard=("${test[@]}" clang libclang-rt-14-dev valgrind abigail-tools)
+# CPack's DEB generator finds binaries with file and their dependencies with
+# dpkg-shlibdeps (dpkg-dev); CI also runs lintian on the packages.
+package=("${build[@]}" dpkg-dev file)
+package_check=("${package[@]}" lintian)
 
 wanted=()
 [ $# -eq 0 ] && set -- test
@@ -18,8 +23,11 @@ for group in "$@"; do
     test) wanted+=("${test[@]}") ;;
     bench) wanted+=("${bench[@]}") ;;
     guard) wanted+=("${guard[@]}") ;;
-    all) wanted+=("${test[@]}" "${bench[@]}" "${guard[@]}") ;;
-    *) echo "install-deps: unknown group '$group' (build, test, bench, guard, all)" >&2; exit 2 ;;
+    package) wanted+=("${package[@]}") ;;
+    package-check) wanted+=("${package_check[@]}") ;;
+    all) wanted+=("${test[@]}" "${bench[@]}" "${guard[@]}" "${package_check[@]}") ;;
+    *) echo "install-deps: unknown group '$group' (build, test, bench, guard, package, package-check, all)" >&2
+       exit 2 ;;
   esac
 done
 

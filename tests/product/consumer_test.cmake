@@ -37,6 +37,12 @@ function(expect text)
 endfunction()
 
 run("${CMAKE_COMMAND}" --install "${BUILD_DIR}" --prefix "${prefix}")
+# The Debian packages' rules (absolute paths) are not part of a plain install.
+file(STRINGS "${BUILD_DIR}/install_manifest.txt" installed)
+list(FILTER installed EXCLUDE REGEX "^${prefix}/")
+if(installed)
+  message(FATAL_ERROR "installed outside the prefix: ${installed}")
+endif()
 
 set(elf_files
   "bin/linux_intel.release/libktbase.so=$ORIGIN"

@@ -1,0 +1,137 @@
+# Debian packages built by CPack, one per install component
+# (scripts/package.sh, or `cpack --preset package`):
+#   ktbase      component runtime: libraries, kthost, ktprefs, the example
+#               plug-ins and the db folder under KTBASE_PACKAGE_ROOT; links to
+#               the two programs in /usr/bin; site.prefs as a conffile in
+#               KTBASE_PACKAGE_CONFDIR, linked from the root, where the library
+#               reads and writes it.
+#   ktbase-dev  component dev: headers, the CMake package and the relocatable
+#               .pc in the root, and a .pc with an absolute prefix in the
+#               system's pkg-config folder. Depends on ktbase of the same
+#               version.
+# The rules below install to absolute paths and carry EXCLUDE_FROM_ALL: a plain
+# `cmake --install --prefix` takes none of them and writes nothing outside its
+# prefix. CPack installs each component by name, which takes them, into its
+# staging folder (CPACK_SET_DESTDIR), never into the build machine.
+#
+# Another package (say ktbase-python): install its files with
+# COMPONENT python; add python to CPACK_COMPONENTS_ALL; call
+# ktbase_deb_docs(python ktbase-python); set CPACK_DEBIAN_PYTHON_PACKAGE_NAME,
+# _PACKAGE_SECTION and _DESCRIPTION like the two below; cpack_add_component(
+# python DEPENDS runtime) makes it depend on ktbase of the same version.
+
+set(KTBASE_PACKAGE_ROOT "/opt/ktbase" CACHE PATH
+  "Installation root in the Debian packages")
+set(KTBASE_PACKAGE_CONFDIR "/etc/opt/ktbase" CACHE PATH
+  "Folder of the packaged site.prefs, a conffile")
+set(KTBASE_PACKAGE_MAINTAINER "ktbase developers <dev@ktbase.invalid>" CACHE STRING
+  "Maintainer of the Debian packages")
+set(KTBASE_PACKAGE_RELEASE "1" CACHE STRING "Debian revision of the packages")
+set(KTBASE_DEB_VERSION "${PROJECT_VERSION}-${KTBASE_PACKAGE_RELEASE}")
+
+set(_ktbase_deb "${CMAKE_BINARY_DIR}/deb")
+file(MAKE_DIRECTORY "${_ktbase_deb}/bin")
+
+# The programs on the PATH. The loader takes $ORIGIN, and the library its own
+# path, from the real file, not the link, so both still find the root.
+# Absolute: /usr and /opt are different top-level folders.
+if(TARGET kthost)
+  foreach(program kthost ktprefs)
+    file(CREATE_LINK "${KTBASE_PACKAGE_ROOT}/${KTBASE_BIN_SUBDIR}/${program}"
+      "${_ktbase_deb}/bin/${program}" SYMBOLIC)
+  endforeach()
+  install(FILES "${_ktbase_deb}/bin/kthost" "${_ktbase_deb}/bin/ktprefs"
+    DESTINATION /usr/bin COMPONENT runtime EXCLUDE_FROM_ALL)
+endif()
+
+# dpkg only keeps an administrator's edits of a file under /etc, so the file
+# lives there and the root holds a link to it; reads and saves (a plain
+# fopen) go through the link.
+install(FILES "${PROJECT_SOURCE_DIR}/examples/site.prefs"
+  DESTINATION "${KTBASE_PACKAGE_CONFDIR}" COMPONENT runtime EXCLUDE_FROM_ALL)
+file(CREATE_LINK "${KTBASE_PACKAGE_CONFDIR}/site.prefs" "${_ktbase_deb}/site.prefs" SYMBOLIC)
+install(FILES "${_ktbase_deb}/site.prefs" DESTINATION . COMPONENT runtime EXCLUDE_FROM_ALL)
+configure_file("${CMAKE_CURRENT_LIST_DIR}/deb/conffiles.in" "${_ktbase_deb}/conffiles" @ONLY)
+
+# pkg-config's default search path does not reach /opt: this copy, with the
+# root spelled out, goes where it looks.
+set(KTBASE_PC_PREFIX "${KTBASE_PACKAGE_ROOT}")
+configure_file("${CMAKE_CURRENT_LIST_DIR}/ktbase.pc.in" "${_ktbase_deb}/ktbase.pc" @ONLY)
+if(CMAKE_LIBRARY_ARCHITECTURE)
+  set(_ktbase_pcdir "/usr/lib/${CMAKE_LIBRARY_ARCHITECTURE}/pkgconfig")
+else()
+  set(_ktbase_pcdir "/usr/lib/pkgconfig")
+endif()
+install(FILES "${_ktbase_deb}/ktbase.pc" DESTINATION "${_ktbase_pcdir}"
+  COMPONENT dev EXCLUDE_FROM_ALL)
+
+# Every package carries the copyright and Debian changelog files, and the
+# lintian overrides it has (each says why).
+configure_file("${CMAKE_CURRENT_LIST_DIR}/deb/changelog.in" "${_ktbase_deb}/changelog.Debian" @ONLY)
+# gzip -n: no name or time stamp in the header, so the same sources give the
+# same package.
+execute_process(COMMAND gzip -9nc "${_ktbase_deb}/changelog.Debian"
+  OUTPUT_FILE "${_ktbase_deb}/changelog.Debian.gz" COMMAND_ERROR_IS_FATAL ANY)
+function(ktbase_deb_docs component package)
+  install(FILES "${CMAKE_CURRENT_FUNCTION_LIST_DIR}/deb/copyright"
+    "${_ktbase_deb}/changelog.Debian.gz"
+    DESTINATION "/usr/share/doc/${package}" COMPONENT ${component} EXCLUDE_FROM_ALL)
+  set(overrides "${CMAKE_CURRENT_FUNCTION_LIST_DIR}/deb/${package}.lintian-overrides")
+  if(EXISTS "${overrides}")
+    install(FILES "${overrides}" DESTINATION /usr/share/lintian/overrides
+      RENAME ${package} COMPONENT ${component} EXCLUDE_FROM_ALL)
+  endif()
+endfunction()
+ktbase_deb_docs(runtime ktbase)
+ktbase_deb_docs(dev ktbase-dev)
+
+set(CPACK_PACKAGE_NAME ktbase)
+set(CPACK_PACKAGE_VENDOR "ktbase developers")
+set(CPACK_PACKAGE_VERSION "${PROJECT_VERSION}")
+# CPack's own default: CPackDeb then takes each package's synopsis from the
+# first line of its description instead of putting one shared synopsis above.
+set(CPACK_PACKAGE_DESCRIPTION_SUMMARY "${CMAKE_PROJECT_NAME} built using CMake")
+set(CPACK_GENERATOR DEB)
+set(CPACK_DEB_COMPONENT_INSTALL ON)
+set(CPACK_COMPONENTS_ALL runtime dev)
+set(CPACK_SET_DESTDIR ON)
+set(CPACK_INSTALL_PREFIX "${KTBASE_PACKAGE_ROOT}")
+set(CPACK_PACKAGING_INSTALL_PREFIX "${KTBASE_PACKAGE_ROOT}")
+set(CPACK_STRIP_FILES ON)
+set(CPACK_DEBIAN_FILE_NAME DEB-DEFAULT)
+set(CPACK_DEBIAN_PACKAGE_RELEASE "${KTBASE_PACKAGE_RELEASE}")
+set(CPACK_DEBIAN_PACKAGE_MAINTAINER "${KTBASE_PACKAGE_MAINTAINER}")
+set(CPACK_DEBIAN_PACKAGE_PRIORITY optional)
+set(CPACK_DEBIAN_ENABLE_COMPONENT_DEPENDS ON)
+
+set(CPACK_DEBIAN_RUNTIME_PACKAGE_NAME ktbase)
+set(CPACK_DEBIAN_RUNTIME_PACKAGE_SECTION libs)
+set(CPACK_DEBIAN_RUNTIME_PACKAGE_SHLIBDEPS ON)
+set(CPACK_DEBIAN_RUNTIME_PACKAGE_CONTROL_EXTRA "${_ktbase_deb}/conffiles")
+set(CPACK_DEBIAN_RUNTIME_PACKAGE_CONTROL_STRICT_PERMISSION ON)
+set(CPACK_DEBIAN_RUNTIME_DESCRIPTION
+  "base system of the Norvex plug-in framework
+libktbase.so gives a host application and its plug-ins one process-wide
+system object (registries of singletons, components and named objects,
+startup factories), preferences in user, project and site scopes, the
+installation's paths, module loading, a file log and 128-bit identifiers.
+
+This package installs the library and its logging library in
+${KTBASE_PACKAGE_ROOT}, with the example host kthost, the preference tool
+ktprefs (both on the PATH), two example plug-ins and the site preferences
+(${KTBASE_PACKAGE_CONFDIR}/site.prefs).")
+
+set(CPACK_DEBIAN_DEV_PACKAGE_NAME ktbase-dev)
+set(CPACK_DEBIAN_DEV_PACKAGE_SECTION libdevel)
+# The public headers include Boost.Signals2.
+set(CPACK_DEBIAN_DEV_PACKAGE_DEPENDS "libboost-dev (>= 1.74)")
+set(CPACK_DEBIAN_DEV_DESCRIPTION
+  "base system of the Norvex plug-in framework (development files)
+Headers, the CMake package (find_package(ktbase), ktbase::ktbase and
+ktbase_add_plugin) and the pkg-config file (ktbase) for building hosts and
+plug-ins against libktbase.so. find_package and pkg-config find them without
+extra search paths.")
+
+include(CPack)
+cpack_add_component(runtime DISPLAY_NAME "ktbase")
+cpack_add_component(dev DISPLAY_NAME "ktbase-dev" DEPENDS runtime)

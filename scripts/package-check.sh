@@ -1,0 +1,103 @@
+#!/usr/bin/env bash
+# Checks the Debian packages that scripts/package.sh wrote to build/packages
+# without installing them: control fields and conffiles (dpkg-deb -f/-I),
+# contents, links and modes (dpkg-deb -c), then lintian, which must report no
+# error (its warnings are printed). Prints what it finds; stops at the first
+# problem.
+set -euo pipefail
+cd "$(dirname "$0")/.."
+
+dir=build/packages
+version=$(sed -n 's/^project(ktbase VERSION \([0-9.]*\).*/\1/p' CMakeLists.txt)
+version+=-$(sed -n 's/^KTBASE_PACKAGE_RELEASE:STRING=//p' build/package/CMakeCache.txt)
+arch=$(dpkg --print-architecture)
+runtime=$dir/ktbase_${version}_${arch}.deb
+dev=$dir/ktbase-dev_${version}_${arch}.deb
+root=./opt/ktbase
+bin=$root/bin/linux_intel.release
+
+fail() { echo "package-check: $*" >&2; exit 1; }
+for deb in "$runtime" "$dev"; do [ -f "$deb" ] || fail "missing $deb"; done
+[ "$(ls "$dir")" = "$(printf '%s\n' "${dev##*/}" "${runtime##*/}")" ] ||
+  fail "$dir holds more than the two packages: $(ls "$dir" | tr '\n' ' ')"
+
+# field <deb> <name> <expected extended regex>
+field() {
+  local value
+  value=$(dpkg-deb -f "$1" "$2")
+  [[ $value =~ $3 ]] || fail "${1##*/}: $2 is '$value', expected /$3/"
+}
+for deb in "$runtime" "$dev"; do
+  field "$deb" Version "^${version}\$"
+  field "$deb" Architecture "^${arch}\$"
+  field "$deb" Maintainer '^[^<]+ <[^@>]+@[^>]+>$'
+  field "$deb" Priority '^optional$'
+  field "$deb" Description '^base system of the Norvex plug-in framework.*'$'\n'' .+'
+done
+field "$runtime" Package '^ktbase$'
+field "$runtime" Section '^libs$'
+# Computed by dpkg-shlibdeps from the binaries; our own libraries are inside.
+field "$runtime" Depends '^libboost-filesystem1\.[0-9.]+ \(>= [^)]+\), libc6 \(>= [^)]+\), libgcc-s1 \(>= [^)]+\), libstdc\+\+6 \(>= [^)]+\)$'
+field "$dev" Package '^ktbase-dev$'
+field "$dev" Section '^libdevel$'
+field "$dev" Depends "^ktbase \\(= ${version}\\), libboost-dev \\(>= 1\\.74\\)\$"
+
+[ "$(dpkg-deb -I "$runtime" conffiles)" = /etc/opt/ktbase/site.prefs ] ||
+  fail "ktbase: conffiles is not exactly /etc/opt/ktbase/site.prefs"
+if dpkg-deb -I "$dev" conffiles >/dev/null 2>&1; then fail "ktbase-dev has conffiles"; fi
+
+# "<mode> <path>[ -> <target>]" per entry, directories left out.
+entries() { dpkg-deb -c "$1" | awk '$1 !~ /^d/ { $2 = $3 = $4 = $5 = ""; print }' | sed 's/^\([^ ]*\) */\1 /'; }
+owners=$({ dpkg-deb -c "$runtime"; dpkg-deb -c "$dev"; } | awk '{print $2}' | sort -u)
+[ "$owners" = root/root ] || fail "entries not owned by root/root: $owners"
+
+# expect <deb> <line>...: each line must be an entry of the package.
+expect() {
+  local deb=$1 listing
+  shift
+  listing=$(entries "$deb")
+  for line in "$@"; do
+    grep -qxF -- "$line" <<<"$listing" || fail "${deb##*/}: no entry '$line'"
+  done
+}
+expect "$runtime" \
+  "-rwxr-xr-x $bin/kthost" "-rwxr-xr-x $bin/ktprefs" \
+  "-rw-r--r-- $bin/libktbase.so" "-rw-r--r-- $bin/liblogmanager.so" \
+  "-rw-r--r-- $root/plugins/libexample_greeter.so" "-rw-r--r-- $root/plugins/libexample_welcome.so" \
+  "lrwxrwxrwx $root/site.prefs -> /etc/opt/ktbase/site.prefs" \
+  "-rw-r--r-- ./etc/opt/ktbase/site.prefs" \
+  "lrwxrwxrwx ./usr/bin/kthost -> /opt/ktbase/bin/linux_intel.release/kthost" \
+  "lrwxrwxrwx ./usr/bin/ktprefs -> /opt/ktbase/bin/linux_intel.release/ktprefs" \
+  "-rw-r--r-- ./usr/share/doc/ktbase/copyright" "-rw-r--r-- ./usr/share/doc/ktbase/changelog.Debian.gz"
+grep -q " $root/db/\$" <<<"$(dpkg-deb -c "$runtime")" || fail "ktbase: no db folder"
+triplet=$(dpkg-architecture -qDEB_HOST_MULTIARCH)
+expect "$dev" \
+  "-rw-r--r-- $root/include/ktbase/ktbase.h" "-rw-r--r-- $root/include/ktbase/ktplugin.h" \
+  "-rw-r--r-- $root/include/logmanager/log.h" \
+  "-rw-r--r-- $root/lib/cmake/ktbase/ktbaseConfig.cmake" \
+  "-rw-r--r-- $root/lib/cmake/ktbase/ktbaseConfigVersion.cmake" \
+  "-rw-r--r-- $root/lib/cmake/ktbase/ktbaseTargets.cmake" \
+  "-rw-r--r-- $root/lib/pkgconfig/ktbase.pc" "-rw-r--r-- ./usr/lib/$triplet/pkgconfig/ktbase.pc" \
+  "-rw-r--r-- ./usr/share/doc/ktbase-dev/copyright" "-rw-r--r-- ./usr/share/doc/ktbase-dev/changelog.Debian.gz"
+
+# Nothing outside the root, its /etc folder and the files the system looks
+# for elsewhere; no path in both packages (dpkg would refuse the second).
+allowed="^\\./(opt/ktbase/|etc/opt/ktbase/|usr/bin/kt(host|prefs)\$|usr/share/doc/ktbase(-dev)?/|usr/share/lintian/overrides/ktbase(-dev)?\$|usr/lib/$triplet/pkgconfig/ktbase\\.pc\$)"
+for deb in "$runtime" "$dev"; do
+  stray=$(entries "$deb" | awk '{print $2}' | grep -Ev "$allowed" || true)
+  [ -z "$stray" ] || fail "${deb##*/}: unexpected paths: $stray"
+done
+shared=$(comm -12 <(entries "$runtime" | awk '{print $2}' | sort) <(entries "$dev" | awk '{print $2}' | sort))
+[ -z "$shared" ] || fail "files in both packages: $shared"
+
+for deb in "$runtime" "$dev"; do
+  echo "${deb##*/}: $(stat -c %s "$deb") bytes, $(entries "$deb" | wc -l) files," \
+    "installed size $(dpkg-deb -f "$deb" Installed-Size) KiB"
+done
+
+# Errors fail; warnings are listed (see the README's "Packages").
+status=0
+report=$(lintian --fail-on error --tag-display-limit 0 "$runtime" "$dev" 2>&1) || status=$?
+grep -v '^running with root privileges' <<<"$report" || true
+[ "$status" -eq 0 ] || fail "lintian reports errors (exit $status)"
+echo "package-check: both packages pass"

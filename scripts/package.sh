@@ -1,0 +1,16 @@
+#!/usr/bin/env bash
+# Builds the Debian 12 packages: installs the missing Debian packages, builds
+# the package preset (release, no tests) in build/package and runs CPack,
+# which writes build/packages/ktbase_<version>-<revision>_<arch>.deb and
+# ktbase-dev_<version>-<revision>_<arch>.deb. Installs nothing of ktbase on
+# this machine (see the README's "Packages").
+set -euo pipefail
+cd "$(dirname "$0")/.."
+
+scripts/install-deps.sh package
+cmake --preset package >/dev/null
+cmake --build --preset package -j "$(nproc)"
+rm -rf build/packages
+cpack --preset package >/dev/null
+rm -rf build/packages/_CPack_Packages  # CPack's staging folders
+ls -l build/packages/*.deb

@@ -30,7 +30,7 @@ set(KTBASE_PACKAGE_RELEASE "1" CACHE STRING "Debian revision of the packages")
 set(KTBASE_DEB_VERSION "${PROJECT_VERSION}-${KTBASE_PACKAGE_RELEASE}")
 
 set(_ktbase_deb "${CMAKE_BINARY_DIR}/deb")
-file(MAKE_DIRECTORY "${_ktbase_deb}/bin")
+file(MAKE_DIRECTORY "${_ktbase_deb}/bin" "${_ktbase_deb}/man")
 
 # The programs on the PATH. The loader takes $ORIGIN, and the library its own
 # path, from the real file, not the link, so both still find the root.
@@ -42,6 +42,28 @@ if(TARGET kthost)
   endforeach()
   install(FILES "${_ktbase_deb}/bin/kthost" "${_ktbase_deb}/bin/ktprefs"
     DESTINATION /usr/bin COMPONENT runtime EXCLUDE_FROM_ALL)
+endif()
+
+# Their manual pages, made by help2man from --help and --version, when it is
+# there (scripts/package.sh installs it; scripts/package-check.sh wants them).
+find_program(KTBASE_HELP2MAN help2man)
+if(TARGET kthost AND KTBASE_HELP2MAN)
+  set(_ktbase_kthost_name "example host of the ktbase plug-in framework")
+  set(_ktbase_ktprefs_name "show and edit the preference files of a ktbase installation")
+  set(_ktbase_man_pages)
+  foreach(program kthost ktprefs)
+    set(page "${_ktbase_deb}/man/${program}.1")
+    add_custom_command(OUTPUT "${page}.gz"
+      COMMAND "${KTBASE_HELP2MAN}" --no-info --no-discard-stderr --section 1
+        "--name=${_ktbase_${program}_name}" "--output=${page}" "$<TARGET_FILE:${program}>"
+      COMMAND gzip -9nf "${page}"
+      DEPENDS ${program}
+      VERBATIM)
+    list(APPEND _ktbase_man_pages "${page}.gz")
+  endforeach()
+  add_custom_target(ktbase_man_pages ALL DEPENDS ${_ktbase_man_pages})
+  install(FILES ${_ktbase_man_pages} DESTINATION /usr/share/man/man1
+    COMPONENT runtime EXCLUDE_FROM_ALL)
 endif()
 
 # dpkg only keeps an administrator's edits of a file under /etc, so the file

@@ -11,8 +11,9 @@ test=("${build[@]}" libgtest-dev libgmock-dev python3-pytest)
 bench=("${build[@]}" libbenchmark-dev libpoco-dev libinih-dev uuid-dev)
 guard=("${test[@]}" clang libclang-rt-14-dev valgrind abigail-tools)
 # CPack's DEB generator finds binaries with file and their dependencies with
-# dpkg-shlibdeps (dpkg-dev); CI also runs lintian on the packages.
-package=("${build[@]}" dpkg-dev file)
+# dpkg-shlibdeps (dpkg-dev); help2man makes the programs' manual pages; CI
+# also runs lintian on the packages.
+package=("${build[@]}" dpkg-dev file help2man)
 package_check=("${package[@]}" lintian)
 
 wanted=()

@@ -68,7 +68,8 @@ expect "$runtime" \
   "-rw-r--r-- ./etc/opt/ktbase/site.prefs" \
   "lrwxrwxrwx ./usr/bin/kthost -> /opt/ktbase/bin/linux_intel.release/kthost" \
   "lrwxrwxrwx ./usr/bin/ktprefs -> /opt/ktbase/bin/linux_intel.release/ktprefs" \
-  "-rw-r--r-- ./usr/share/doc/ktbase/copyright" "-rw-r--r-- ./usr/share/doc/ktbase/changelog.Debian.gz"
+  "-rw-r--r-- ./usr/share/doc/ktbase/copyright" "-rw-r--r-- ./usr/share/doc/ktbase/changelog.Debian.gz" \
+  "-rw-r--r-- ./usr/share/man/man1/kthost.1.gz" "-rw-r--r-- ./usr/share/man/man1/ktprefs.1.gz"
 grep -q " $root/db/\$" <<<"$(dpkg-deb -c "$runtime")" || fail "ktbase: no db folder"
 triplet=$(dpkg-architecture -qDEB_HOST_MULTIARCH)
 expect "$dev" \
@@ -82,7 +83,7 @@ expect "$dev" \
 
 # Nothing outside the root, its /etc folder and the files the system looks
 # for elsewhere; no path in both packages (dpkg would refuse the second).
-allowed="^\\./(opt/ktbase/|etc/opt/ktbase/|usr/bin/kt(host|prefs)\$|usr/share/doc/ktbase(-dev)?/|usr/share/lintian/overrides/ktbase(-dev)?\$|usr/lib/$triplet/pkgconfig/ktbase\\.pc\$)"
+allowed="^\\./(opt/ktbase/|etc/opt/ktbase/|usr/bin/kt(host|prefs)\$|usr/share/man/man1/kt(host|prefs)\.1\.gz\$|usr/share/doc/ktbase(-dev)?/|usr/share/lintian/overrides/ktbase(-dev)?\$|usr/lib/$triplet/pkgconfig/ktbase\\.pc\$)"
 for deb in "$runtime" "$dev"; do
   stray=$(entries "$deb" | awk '{print $2}' | grep -Ev "$allowed" || true)
   [ -z "$stray" ] || fail "${deb##*/}: unexpected paths: $stray"

@@ -44,10 +44,11 @@ if(TARGET kthost)
     DESTINATION /usr/bin COMPONENT runtime EXCLUDE_FROM_ALL)
 endif()
 
-# Their manual pages, made by help2man from --help and --version, when it is
-# there (scripts/package.sh installs it; scripts/package-check.sh wants them).
-find_program(KTBASE_HELP2MAN help2man)
-if(TARGET kthost AND KTBASE_HELP2MAN)
+# Their manual pages, made by help2man from --help and --version (the package
+# preset turns this on; scripts/package-check.sh wants them).
+option(KTBASE_BUILD_MAN_PAGES "Make the programs' manual pages (needs help2man)" OFF)
+if(TARGET kthost AND KTBASE_BUILD_MAN_PAGES)
+  find_program(KTBASE_HELP2MAN help2man REQUIRED)
   set(_ktbase_kthost_name "example host of the ktbase plug-in framework")
   set(_ktbase_ktprefs_name "show and edit the preference files of a ktbase installation")
   set(_ktbase_man_pages)

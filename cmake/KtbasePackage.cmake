@@ -17,8 +17,10 @@
 # Another package (say ktbase-python): install its files with
 # COMPONENT python; add python to CPACK_COMPONENTS_ALL; call
 # ktbase_deb_docs(python ktbase-python); set CPACK_DEBIAN_PYTHON_PACKAGE_NAME,
-# _PACKAGE_SECTION and _DESCRIPTION like the two below; cpack_add_component(
-# python DEPENDS runtime) makes it depend on ktbase of the same version.
+# _PACKAGE_SECTION and _DESCRIPTION like the two below (and _PACKAGE_SHLIBDEPS
+# ON if it holds compiled modules); cpack_add_component(python DEPENDS
+# runtime) makes it depend on ktbase of the same version. Then teach
+# scripts/package-check.sh the third package.
 
 set(KTBASE_PACKAGE_ROOT "/opt/ktbase" CACHE PATH
   "Installation root in the Debian packages")
@@ -67,9 +69,9 @@ if(TARGET kthost AND KTBASE_BUILD_MAN_PAGES)
     COMPONENT runtime EXCLUDE_FROM_ALL)
 endif()
 
-# dpkg only keeps an administrator's edits of a file under /etc, so the file
-# lives there and the root holds a link to it; reads and saves (a plain
-# fopen) go through the link.
+# A conffile keeps an administrator's edits over an upgrade and a remove, and
+# Debian puts conffiles under /etc: the file lives there and the root holds a
+# link to it. Reads and saves (a plain fopen) go through the link.
 install(FILES "${PROJECT_SOURCE_DIR}/examples/site.prefs"
   DESTINATION "${KTBASE_PACKAGE_CONFDIR}" COMPONENT runtime EXCLUDE_FROM_ALL)
 file(CREATE_LINK "${KTBASE_PACKAGE_CONFDIR}/site.prefs" "${_ktbase_deb}/site.prefs" SYMBOLIC)

@@ -44,6 +44,8 @@ field "$dev" Depends "^ktbase \\(= ${version}\\), libboost-dev \\(>= 1\\.74\\)\$
 
 [ "$(dpkg-deb -I "$runtime" conffiles)" = /etc/opt/ktbase/site.prefs ] ||
   fail "ktbase: conffiles is not exactly /etc/opt/ktbase/site.prefs"
+grep -q 'mkdir -p -m 755 /opt /etc/opt' <<<"$(dpkg-deb -I "$runtime" postrm)" ||
+  fail "ktbase: its postrm does not make /opt and /etc/opt again"
 if dpkg-deb -I "$dev" conffiles >/dev/null 2>&1; then fail "ktbase-dev has conffiles"; fi
 
 # "<mode> <path>[ -> <target>]" per entry, directories left out.

@@ -7,9 +7,10 @@
 #   <prefix>/plugins/                  the example plug-ins
 #   <prefix>/site.prefs, <prefix>/db/
 # Every installed ELF file finds its libraries through a $ORIGIN run path.
-# Each rule names the component (and so the Debian package, see
-# KtbasePackage.cmake) it belongs to: runtime or dev. `cmake --install`
-# without --component installs them all.
+# Each rule names its component: runtime or dev (the Debian packages ktbase
+# and ktbase-dev, see KtbasePackage.cmake), or site-prefs (this tree's
+# site.prefs; the package ships its own). `cmake --install` without
+# --component installs all three.
 include(CMakePackageConfigHelpers)
 
 set(KTBASE_INSTALL_CMAKEDIR "lib/cmake/ktbase")

@@ -39,10 +39,12 @@ endfunction()
 run("${CMAKE_COMMAND}" --install "${BUILD_DIR}" --prefix "${prefix}")
 # The Debian packages' rules (absolute paths) are not part of a plain install.
 file(STRINGS "${BUILD_DIR}/install_manifest.txt" installed)
-list(FILTER installed EXCLUDE REGEX "^${prefix}/")
-if(installed)
-  message(FATAL_ERROR "installed outside the prefix: ${installed}")
-endif()
+foreach(path IN LISTS installed)
+  string(FIND "${path}" "${prefix}/" at)
+  if(NOT at EQUAL 0)
+    message(FATAL_ERROR "installed outside the prefix: ${path}")
+  endif()
+endforeach()
 
 set(elf_files
   "bin/linux_intel.release/libktbase.so=$ORIGIN"

@@ -24,7 +24,7 @@
 
 set(KTBASE_PACKAGE_ROOT "/opt/ktbase" CACHE PATH
   "Installation root in the Debian packages")
-set(KTBASE_PACKAGE_CONFDIR "/etc/opt/ktbase" CACHE PATH
+set(KTBASE_PACKAGE_CONFDIR "/etc/ktbase" CACHE PATH
   "Folder of the packaged site.prefs, a conffile")
 set(KTBASE_PACKAGE_MAINTAINER "ktbase developers <dev@ktbase.invalid>" CACHE STRING
   "Maintainer of the Debian packages")
@@ -71,7 +71,10 @@ endif()
 
 # A conffile keeps an administrator's edits over an upgrade and a remove, and
 # Debian puts conffiles under /etc: the file lives there and the root holds a
-# link to it. Reads and saves (a plain fopen) go through the link.
+# link to it. Reads and saves (a plain fopen) go through the link. /etc/ktbase
+# rather than /etc/opt/ktbase: no package owns /etc/opt, so a purge would take
+# it away once empty, as it does /opt (the postrm puts /opt back; a purge
+# removes folders after the postrm has run).
 install(FILES "${PROJECT_SOURCE_DIR}/examples/site.prefs"
   DESTINATION "${KTBASE_PACKAGE_CONFDIR}" COMPONENT runtime EXCLUDE_FROM_ALL)
 file(CREATE_LINK "${KTBASE_PACKAGE_CONFDIR}/site.prefs" "${_ktbase_deb}/site.prefs" SYMBOLIC)

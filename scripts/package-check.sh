@@ -42,10 +42,10 @@ field "$dev" Package '^ktbase-dev$'
 field "$dev" Section '^libdevel$'
 field "$dev" Depends "^ktbase \\(= ${version}\\), libboost-dev \\(>= 1\\.74\\)\$"
 
-[ "$(dpkg-deb -I "$runtime" conffiles)" = /etc/opt/ktbase/site.prefs ] ||
-  fail "ktbase: conffiles is not exactly /etc/opt/ktbase/site.prefs"
-grep -q 'mkdir -p -m 755 /opt /etc/opt' <<<"$(dpkg-deb -I "$runtime" postrm)" ||
-  fail "ktbase: its postrm does not make /opt and /etc/opt again"
+[ "$(dpkg-deb -I "$runtime" conffiles)" = /etc/ktbase/site.prefs ] ||
+  fail "ktbase: conffiles is not exactly /etc/ktbase/site.prefs"
+grep -q 'mkdir -p -m 755 /opt' <<<"$(dpkg-deb -I "$runtime" postrm)" ||
+  fail "ktbase: its postrm does not make /opt again"
 if dpkg-deb -I "$dev" conffiles >/dev/null 2>&1; then fail "ktbase-dev has conffiles"; fi
 
 # "<mode> <path>[ -> <target>]" per entry, directories left out.
@@ -66,8 +66,8 @@ expect "$runtime" \
   "-rwxr-xr-x $bin/kthost" "-rwxr-xr-x $bin/ktprefs" \
   "-rw-r--r-- $bin/libktbase.so" "-rw-r--r-- $bin/liblogmanager.so" \
   "-rw-r--r-- $root/plugins/libexample_greeter.so" "-rw-r--r-- $root/plugins/libexample_welcome.so" \
-  "lrwxrwxrwx $root/site.prefs -> /etc/opt/ktbase/site.prefs" \
-  "-rw-r--r-- ./etc/opt/ktbase/site.prefs" \
+  "lrwxrwxrwx $root/site.prefs -> /etc/ktbase/site.prefs" \
+  "-rw-r--r-- ./etc/ktbase/site.prefs" \
   "lrwxrwxrwx ./usr/bin/kthost -> /opt/ktbase/bin/linux_intel.release/kthost" \
   "lrwxrwxrwx ./usr/bin/ktprefs -> /opt/ktbase/bin/linux_intel.release/ktprefs" \
   "-rw-r--r-- ./usr/share/doc/ktbase/copyright" "-rw-r--r-- ./usr/share/doc/ktbase/changelog.Debian.gz" \
@@ -85,7 +85,7 @@ expect "$dev" \
 
 # Nothing outside the root, its /etc folder and the files the system looks
 # for elsewhere; no path in both packages (dpkg would refuse the second).
-allowed="^\\./(opt/ktbase/|etc/opt/ktbase/|usr/bin/kt(host|prefs)\$|usr/share/man/man1/kt(host|prefs)\.1\.gz\$|usr/share/doc/ktbase(-dev)?/|usr/share/lintian/overrides/ktbase(-dev)?\$|usr/lib/$triplet/pkgconfig/ktbase\\.pc\$)"
+allowed="^\\./(opt/ktbase/|etc/ktbase/|usr/bin/kt(host|prefs)\$|usr/share/man/man1/kt(host|prefs)\.1\.gz\$|usr/share/doc/ktbase(-dev)?/|usr/share/lintian/overrides/ktbase(-dev)?\$|usr/lib/$triplet/pkgconfig/ktbase\\.pc\$)"
 for deb in "$runtime" "$dev"; do
   stray=$(entries "$deb" | awk '{print $2}' | grep -Ev "$allowed" || true)
   [ -z "$stray" ] || fail "${deb##*/}: unexpected paths: $stray"

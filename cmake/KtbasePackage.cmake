@@ -9,18 +9,20 @@
 #               .pc in the root, and a .pc with an absolute prefix in the
 #               system's pkg-config folder. Depends on ktbase of the same
 #               version.
+#   python3-ktbase  component python (when the module is built): the module
+#               and its stub beside the library, and a .pth file that puts
+#               that folder on the system interpreter's path. Depends on
+#               ktbase of the same version and the Python it was built for.
 # The rules below install to absolute paths and carry EXCLUDE_FROM_ALL: a plain
 # `cmake --install --prefix` takes none of them and writes nothing outside its
 # prefix. CPack installs each component by name, which takes them, into its
 # staging folder (CPACK_SET_DESTDIR), never into the build machine.
 #
-# Another package (say ktbase-python): install its files with
-# COMPONENT python; add python to CPACK_COMPONENTS_ALL; call
-# ktbase_deb_docs(python ktbase-python); set CPACK_DEBIAN_PYTHON_PACKAGE_NAME,
-# _PACKAGE_SECTION and _DESCRIPTION like the two below (and _PACKAGE_SHLIBDEPS
-# ON if it holds compiled modules); cpack_add_component(python DEPENDS
-# runtime) makes it depend on ktbase of the same version. Then teach
-# scripts/package-check.sh the third package.
+# Another package: install its files with a COMPONENT of its own, add it to
+# _ktbase_components, call ktbase_deb_docs(), set its CPACK_DEBIAN_<COMPONENT>_*
+# name, section and description, cpack_add_component(... DEPENDS runtime),
+# and teach scripts/package-check.sh the package (python3-ktbase does all
+# this below).
 
 set(KTBASE_PACKAGE_ROOT "/opt/ktbase" CACHE PATH
   "Installation root in the Debian packages")
@@ -113,6 +115,18 @@ endfunction()
 ktbase_deb_docs(runtime ktbase)
 ktbase_deb_docs(dev ktbase-dev)
 
+# The module stays beside libktbase.so (see python/CMakeLists.txt); the .pth
+# file makes `import ktbase` work without PYTHONPATH.
+set(_ktbase_components runtime dev)
+if(TARGET ktbase_python)
+  list(APPEND _ktbase_components python)
+  get_target_property(_ktbase_python_version ktbase_python KTBASE_PYTHON_VERSION)
+  file(WRITE "${_ktbase_deb}/ktbase.pth" "${KTBASE_PACKAGE_ROOT}/${KTBASE_BIN_SUBDIR}\n")
+  install(FILES "${_ktbase_deb}/ktbase.pth" DESTINATION /usr/lib/python3/dist-packages
+    COMPONENT python EXCLUDE_FROM_ALL)
+  ktbase_deb_docs(python python3-ktbase)
+endif()
+
 set(CPACK_PACKAGE_NAME ktbase)
 set(CPACK_PACKAGE_VENDOR "ktbase developers")
 set(CPACK_PACKAGE_VERSION "${PROJECT_VERSION}")
@@ -121,7 +135,7 @@ set(CPACK_PACKAGE_VERSION "${PROJECT_VERSION}")
 set(CPACK_PACKAGE_DESCRIPTION_SUMMARY "${CMAKE_PROJECT_NAME} built using CMake")
 set(CPACK_GENERATOR DEB)
 set(CPACK_DEB_COMPONENT_INSTALL ON)
-set(CPACK_COMPONENTS_ALL runtime dev)
+set(CPACK_COMPONENTS_ALL ${_ktbase_components})
 set(CPACK_SET_DESTDIR ON)
 set(CPACK_INSTALL_PREFIX "${KTBASE_PACKAGE_ROOT}")
 set(CPACK_PACKAGING_INSTALL_PREFIX "${KTBASE_PACKAGE_ROOT}")
@@ -161,6 +175,25 @@ ktbase_add_plugin) and the pkg-config file (ktbase) for building hosts and
 plug-ins against libktbase.so. find_package and pkg-config find them without
 extra search paths.")
 
+set(CPACK_DEBIAN_PYTHON_PACKAGE_NAME python3-ktbase)
+set(CPACK_DEBIAN_PYTHON_PACKAGE_SECTION python)
+set(CPACK_DEBIAN_PYTHON_PACKAGE_SHLIBDEPS ON)
+# Built against one Python: its extension-module ABI tag is in the file name.
+if(_ktbase_python_version)
+  string(REGEX REPLACE "^3\\.([0-9]+)$" "\\1" _ktbase_python_minor "${_ktbase_python_version}")
+  math(EXPR _ktbase_python_next "${_ktbase_python_minor} + 1")
+  set(CPACK_DEBIAN_PYTHON_PACKAGE_DEPENDS
+    "python3 (>= ${_ktbase_python_version}), python3 (<< 3.${_ktbase_python_next})")
+endif()
+set(CPACK_DEBIAN_PYTHON_DESCRIPTION
+  "base system of the Norvex plug-in framework (Python 3 module)
+The module ktbase gives pipeline scripts the preferences (the same files,
+lookup order, path tokens and number rules as C++ plug-ins), identifiers and
+installation paths of ktbase, through libktbase.so itself. It lies in
+${KTBASE_PACKAGE_ROOT}/${KTBASE_BIN_SUBDIR}, which a .pth file puts on the
+system interpreter's path: import ktbase needs no PYTHONPATH.")
+
 include(CPack)
 cpack_add_component(runtime DISPLAY_NAME "ktbase")
 cpack_add_component(dev DISPLAY_NAME "ktbase-dev" DEPENDS runtime)
+cpack_add_component(python DISPLAY_NAME "python3-ktbase" DEPENDS runtime)

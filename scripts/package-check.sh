@@ -1,9 +1,9 @@
 #!/usr/bin/env bash
 # Checks the Debian packages that scripts/package.sh wrote to build/packages
-# without installing them: control fields and conffiles (dpkg-deb -f/-I),
-# contents, links and modes (dpkg-deb -c), then lintian, which must report no
-# error (its warnings are printed). Prints what it finds; stops at the first
-# problem.
+# (ktbase, ktbase-dev, python3-ktbase) without installing them: control
+# fields and conffiles (dpkg-deb -f/-I), contents, links and modes (dpkg-deb
+# -c), then lintian, which must report no error (its warnings are printed).
+# Prints what it finds; stops at the first problem.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 
@@ -13,13 +13,15 @@ version+=-$(sed -n 's/^KTBASE_PACKAGE_RELEASE:STRING=//p' build/package/CMakeCac
 arch=$(dpkg --print-architecture)
 runtime=$dir/ktbase_${version}_${arch}.deb
 dev=$dir/ktbase-dev_${version}_${arch}.deb
+python=$dir/python3-ktbase_${version}_${arch}.deb
 root=./opt/ktbase
 bin=$root/bin/linux_intel.release
 
 fail() { echo "package-check: $*" >&2; exit 1; }
-for deb in "$runtime" "$dev"; do [ -f "$deb" ] || fail "missing $deb"; done
-[ "$(ls "$dir")" = "$(printf '%s\n' "${dev##*/}" "${runtime##*/}")" ] ||
-  fail "$dir holds more than the two packages: $(ls "$dir" | tr '\n' ' ')"
+debs=("$runtime" "$dev" "$python")
+for deb in "${debs[@]}"; do [ -f "$deb" ] || fail "missing $deb"; done
+[ "$(ls "$dir")" = "$(printf '%s\n' "${dev##*/}" "${runtime##*/}" "${python##*/}")" ] ||
+  fail "$dir holds more than the three packages: $(ls "$dir" | tr '\n' ' ')"
 
 # field <deb> <name> <expected extended regex>
 field() {
@@ -27,7 +29,7 @@ field() {
   value=$(dpkg-deb -f "$1" "$2")
   [[ $value =~ $3 ]] || fail "${1##*/}: $2 is '$value', expected /$3/"
 }
-for deb in "$runtime" "$dev"; do
+for deb in "${debs[@]}"; do
   field "$deb" Version "^${version}\$"
   field "$deb" Architecture "^${arch}\$"
   field "$deb" Maintainer '^[^<]+ <[^@>]+@[^>]+>$'
@@ -41,16 +43,21 @@ field "$runtime" Depends '^libboost-filesystem1\.[0-9.]+ \(>= [^)]+\), libc6 \(>
 field "$dev" Package '^ktbase-dev$'
 field "$dev" Section '^libdevel$'
 field "$dev" Depends "^ktbase \\(= ${version}\\), libboost-dev \\(>= 1\\.74\\)\$"
+field "$python" Package '^python3-ktbase$'
+field "$python" Section '^python$'
+field "$python" Depends "^ktbase \\(= ${version}\\), python3 \\(>= 3\\.[0-9]+\\), python3 \\(<< 3\\.[0-9]+\\), libboost-filesystem1\\.[0-9.]+ \\(>= [^)]+\\), libc6 \\(>= [^)]+\\), libgcc-s1 \\(>= [^)]+\\), libstdc\\+\\+6 \\(>= [^)]+\\)\$"
 
 [ "$(dpkg-deb -I "$runtime" conffiles)" = /etc/ktbase/site.prefs ] ||
   fail "ktbase: conffiles is not exactly /etc/ktbase/site.prefs"
 grep -q 'mkdir -p -m 755 /opt' <<<"$(dpkg-deb -I "$runtime" postrm)" ||
   fail "ktbase: its postrm does not make /opt again"
-if dpkg-deb -I "$dev" conffiles >/dev/null 2>&1; then fail "ktbase-dev has conffiles"; fi
+for deb in "$dev" "$python"; do
+  if dpkg-deb -I "$deb" conffiles >/dev/null 2>&1; then fail "${deb##*/} has conffiles"; fi
+done
 
 # "<mode> <path>[ -> <target>]" per entry, directories left out.
 entries() { dpkg-deb -c "$1" | awk '$1 !~ /^d/ { $2 = $3 = $4 = $5 = ""; print }' | sed 's/^\([^ ]*\) */\1 /'; }
-owners=$({ dpkg-deb -c "$runtime"; dpkg-deb -c "$dev"; } | awk '{print $2}' | sort -u)
+owners=$(for deb in "${debs[@]}"; do dpkg-deb -c "$deb"; done | awk '{print $2}' | sort -u)
 [ "$owners" = root/root ] || fail "entries not owned by root/root: $owners"
 
 # expect <deb> <line>...: each line must be an entry of the package.
@@ -82,25 +89,32 @@ expect "$dev" \
   "-rw-r--r-- $root/lib/cmake/ktbase/ktbaseTargets.cmake" \
   "-rw-r--r-- $root/lib/pkgconfig/ktbase.pc" "-rw-r--r-- ./usr/lib/$triplet/pkgconfig/ktbase.pc" \
   "-rw-r--r-- ./usr/share/doc/ktbase-dev/copyright" "-rw-r--r-- ./usr/share/doc/ktbase-dev/changelog.Debian.gz"
+expect "$python" \
+  "-rw-r--r-- $bin/ktbase.pyi" "-rw-r--r-- ./usr/lib/python3/dist-packages/ktbase.pth" \
+  "-rw-r--r-- ./usr/share/doc/python3-ktbase/copyright"
+grep -qE "^-rw-r--r-- $bin/ktbase\.cpython-3[0-9]+-$triplet\.so\$" <<<"$(entries "$python")" ||
+  fail "python3-ktbase: no extension module ktbase.cpython-3*-$triplet.so"
+[ "$(dpkg-deb --fsys-tarfile "$python" | tar -xO ./usr/lib/python3/dist-packages/ktbase.pth)" = \
+  /opt/ktbase/bin/linux_intel.release ] || fail "python3-ktbase: ktbase.pth does not name the bin folder"
 
 # Nothing outside the root, its /etc folder and the files the system looks
-# for elsewhere; no path in both packages (dpkg would refuse the second).
-allowed="^\\./(opt/ktbase/|etc/ktbase/|usr/bin/kt(host|prefs)\$|usr/share/man/man1/kt(host|prefs)\.1\.gz\$|usr/share/doc/ktbase(-dev)?/|usr/share/lintian/overrides/ktbase(-dev)?\$|usr/lib/$triplet/pkgconfig/ktbase\\.pc\$)"
-for deb in "$runtime" "$dev"; do
+# for elsewhere; no path in two packages (dpkg would refuse the second).
+allowed="^\\./(opt/ktbase/|etc/ktbase/|usr/bin/kt(host|prefs)\$|usr/share/man/man1/kt(host|prefs)\.1\.gz\$|usr/share/doc/(ktbase(-dev)?|python3-ktbase)/|usr/share/lintian/overrides/(ktbase(-dev)?|python3-ktbase)\$|usr/lib/$triplet/pkgconfig/ktbase\\.pc\$|usr/lib/python3/dist-packages/ktbase\\.pth\$)"
+for deb in "${debs[@]}"; do
   stray=$(entries "$deb" | awk '{print $2}' | grep -Ev "$allowed" || true)
   [ -z "$stray" ] || fail "${deb##*/}: unexpected paths: $stray"
 done
-shared=$(comm -12 <(entries "$runtime" | awk '{print $2}' | sort) <(entries "$dev" | awk '{print $2}' | sort))
-[ -z "$shared" ] || fail "files in both packages: $shared"
+shared=$(for deb in "${debs[@]}"; do entries "$deb" | awk '{print $2}' | sort -u; done | sort | uniq -d)
+[ -z "$shared" ] || fail "files in two packages: $shared"
 
-for deb in "$runtime" "$dev"; do
+for deb in "${debs[@]}"; do
   echo "${deb##*/}: $(stat -c %s "$deb") bytes, $(entries "$deb" | wc -l) files," \
     "installed size $(dpkg-deb -f "$deb" Installed-Size) KiB"
 done
 
 # Errors fail; warnings are listed (see the README's "Packages").
 status=0
-report=$(lintian --fail-on error --tag-display-limit 0 "$runtime" "$dev" 2>&1) || status=$?
+report=$(lintian --fail-on error --tag-display-limit 0 "${debs[@]}" 2>&1) || status=$?
 grep -v '^running with root privileges' <<<"$report" || true
 [ "$status" -eq 0 ] || fail "lintian reports errors (exit $status)"
-echo "package-check: both packages pass"
+echo "package-check: the three packages pass"

@@ -13,11 +13,9 @@
 // 0 when within --max-growth (default 5%), 1 otherwise or on a broken check,
 // 2 on bad arguments. All files go to a private folder (also "TMPDIR") that is
 // removed at the end.
-#include <ktbase/ibase.h>
 #include <ktbase/idestroy.h>
 #include <ktbase/irefcount.h>
 #include <ktbase/isingleton.h>
-#include <ktbase/isystem.h>
 #include <ktbase/ktbase.h>
 #include <ktbase/ktprefmanager.h>
 #include <unistd.h>
@@ -34,9 +32,7 @@
 namespace {
 
 long g_live = 0;  // objects of this program alive right now
-long g_inits = 0;
-long g_terms = 0;
-long g_factoryRuns = 0;
+long g_inits = 0, g_terms = 0, g_factoryRuns = 0;
 bool g_failed = false;
 
 void Check(bool condition, const char* what, long cycle) {
@@ -45,47 +41,29 @@ void Check(bool condition, const char* what, long cycle) {
   g_failed = true;
 }
 
-struct Counted {
-  Counted() { ++g_live; }
-  Counted(const Counted&) = delete;
-  Counted& operator=(const Counted&) = delete;
-  ~Counted() { --g_live; }
-};
-
-class Service final : public qrn::IBase, public qrn::ISingleton, public qrn::IDestroy {
+// Counts itself; the faces say how the system treats it.
+template <class... Faces>
+class Object final : public qrn::IBase, public Faces... {
  public:
-  const char* GetClsName() override { return "Stress.Service"; }
-  void Init() override { ++g_inits; }
-  void Term() override { ++g_terms; }
-
- private:
-  Counted m_counted;
-  std::vector<int> m_payload = std::vector<int>(64, 7);
-};
-
-// Reference-counted only: the system releases it once at shutdown.
-class Shared final : public qrn::IBase, public qrn::IRefCount {
- public:
-  const char* GetClsName() override { return "Stress.Shared"; }
-  long AddRef() override { return ++m_refs; }
-  long Release() override {
+  Object() { ++g_live; }
+  ~Object() override { --g_live; }
+  const char* GetClsName() override { return "Stress.Object"; }
+  void Init() { ++g_inits; }
+  void Term() { ++g_terms; }
+  long AddRef() { return ++m_refs; }
+  long Release() {  // the system releases a counted-only object once
     const long left = --m_refs;
     if (left == 0) delete this;
     return left;
   }
 
  private:
-  Counted m_counted;
+  std::vector<int> m_payload = std::vector<int>(64, 7);
   long m_refs = 1;
 };
-
-class Component final : public qrn::IBase, public qrn::IDestroy {
- public:
-  const char* GetClsName() override { return "Stress.Component"; }
-
- private:
-  Counted m_counted;
-};
+using Service = Object<qrn::ISingleton, qrn::IDestroy>;
+using Shared = Object<qrn::IRefCount>;
+using Component = Object<qrn::IDestroy>;
 
 qrn::IBase* MakeService() { return new Service; }
 qrn::IBase* MakeComponent() { return new Component; }
@@ -156,58 +134,31 @@ void OneCycle(long cycle, int argc, char** argv) {
 // picks), so a read through the full lookup knows what to expect.
 constexpr long kKeys = 1000;
 
+template <typename T>
+void WriteOrRead(IKTPrefManager& prefs, bool write, const std::string& key, const T& want,
+                 IKTPrefManager::EPrefType scope, long cycle) {
+  if (write) return prefs.SetPref(key, want, scope);
+  T got{};
+  Check(prefs.GetPref(key, T{}, got, false) == want, key.c_str(), cycle);
+}
+
 void PrefOps(IKTPrefManager& prefs, long first, long count, long cycle) {
   for (long op = first; op < first + count; ++op) {
     const long n = op / 2, k = n % kKeys;
     const std::string key = "Stress.Key" + std::to_string(k);
     const auto scope = static_cast<IKTPrefManager::EPrefType>(n % 3);
-    if (op % 2 == 0) {
-      switch (k % 5) {
-        case 0:
-          prefs.SetPref(key, std::string(static_cast<size_t>(k % 40), 'v'), scope);
-          break;
-        case 1:
-          prefs.SetPref(key, static_cast<int>(k), scope);
-          break;
-        case 2:
-          prefs.SetPref(key, static_cast<float>(k) / 8.0f, scope);
-          break;
-        case 3:
-          prefs.SetPref(key, k % 2 == 0, scope);
-          break;
-        default:
-          prefs.SetPref(key, std::vector<std::string>{"a", std::to_string(k), "c"}, ';', scope);
-      }
-      continue;
-    }
-    switch (k % 5) {
-      case 0: {
-        std::string value;
-        prefs.GetPref(key, std::string(), value, false);
-        Check(value.size() == static_cast<size_t>(k % 40), "string read back", cycle);
-        break;
-      }
-      case 1: {
-        int value = -1;
-        Check(prefs.GetPref(key, -1, value, false) == static_cast<int>(k), "int read back", cycle);
-        break;
-      }
-      case 2: {
-        float value = -1;
-        Check(prefs.GetPref(key, -1.0f, value, scope == IKTPrefManager::ePrefSite) ==
-                  static_cast<float>(k) / 8.0f,
-              "float read back", cycle);
-        break;
-      }
-      case 3:
-        Check(prefs.IsPref(key, k % 2 != 0, false) == (k % 2 == 0), "bool read back", cycle);
-        break;
-      default: {
-        std::vector<std::string> values;
-        prefs.GetPref(key, ';', {}, values, false);
-        Check(values.size() == 3 && values[1] == std::to_string(k), "list read back", cycle);
-      }
-    }
+    const bool write = op % 2 == 0;
+    if (k % 5 == 0) WriteOrRead(prefs, write, key, std::string(k % 40, 'v'), scope, cycle);
+    if (k % 5 == 1) WriteOrRead(prefs, write, key, static_cast<int>(k), scope, cycle);
+    if (k % 5 == 2) WriteOrRead(prefs, write, key, static_cast<float>(k) / 8.0f, scope, cycle);
+    if (k % 5 == 3) WriteOrRead(prefs, write, key, k % 2 == 0, scope, cycle);
+    if (k % 5 != 4) continue;
+    const std::vector<std::string> list{"a", std::to_string(k), "c"};
+    std::vector<std::string> got;
+    if (write)
+      prefs.SetPref(key, list, ';', scope);
+    else
+      Check(prefs.GetPref(key, ';', {}, got, false) == list, key.c_str(), cycle);
   }
 }
 
@@ -222,24 +173,18 @@ void SaveAndReload(IKTPrefManager& prefs, const std::string& folder) {
   prefs.LoadFromDisk(IKTPrefManager::ePrefSite);
 }
 
-bool ParseCount(const char* text, long& out) {
-  char* end = nullptr;
-  const long value = std::strtol(text, &end, 10);
-  if (end == text || *end != '\0' || value < 1) return false;
-  out = value;
-  return true;
-}
-
 }  // namespace
 
 int main(int argc, char** argv) {
   long cycles = 100000, prefOps = 1000000, maxGrowth = 5;
-  for (int i = 1; i < argc; ++i) {
+  for (int i = 1; i < argc; i += 2) {
     long* target = std::strcmp(argv[i], "--cycles") == 0       ? &cycles
                    : std::strcmp(argv[i], "--pref-ops") == 0   ? &prefOps
                    : std::strcmp(argv[i], "--max-growth") == 0 ? &maxGrowth
                                                                : nullptr;
-    if (target == nullptr || i + 1 == argc || !ParseCount(argv[++i], *target)) {
+    char* end = nullptr;
+    if (target == nullptr || i + 1 == argc || (*target = std::strtol(argv[i + 1], &end, 10)) < 1 ||
+        *end != '\0') {
       std::fprintf(stderr, "usage: %s [--cycles N] [--pref-ops N] [--max-growth PERCENT]\n",
                    argv[0]);
       return 2;
@@ -251,7 +196,6 @@ int main(int argc, char** argv) {
   fs::create_directories(folder);
   ::setenv("TMPDIR", folder.string().c_str(), 1);
 
-  int rc = 0;
   long rssFirst = 0, rssLast = 0;
   {
     std::unique_ptr<IKTPrefManager> prefs(IKTPrefManager::Create());
@@ -274,29 +218,25 @@ int main(int argc, char** argv) {
       if (cycle == 1) rssFirst = ResidentKiB();
     }
     rssLast = ResidentKiB();
+    prefs->Writable(false);
 
-    const double ratio = rssFirst > 0 ? static_cast<double>(rssLast) / rssFirst : 0.0;
     std::printf("cycles                 %ld\n", cycles);
     std::printf("singleton inits/terms  %ld/%ld\n", g_inits, g_terms);
     std::printf("startup factory runs   %ld\n", g_factoryRuns);
     std::printf("preference operations  %ld (plus %ld to create the keys)\n", done, 2 * kKeys * 3);
     std::printf("RSS after first cycle  %ld KiB\n", rssFirst);
     std::printf("RSS after the run      %ld KiB\n", rssLast);
-    std::printf("ratio                  %.4f (limit %.2f)\n", ratio, 1.0 + maxGrowth / 100.0);
-    if (g_failed) {
-      rc = 1;
-    } else if (rssLast * 100 > rssFirst * (100 + maxGrowth)) {
-      std::fprintf(stderr, "ktstress: resident memory grew by more than %ld%%\n", maxGrowth);
-      rc = 1;
-    } else {
-      Check(g_inits == g_terms, "every Init() has its Term()", cycles);
-      Check(g_live == 0, "nothing left alive", cycles);
-      if (g_failed) rc = 1;
-    }
-    prefs->Writable(false);
+    std::printf("ratio                  %.4f (limit %.2f)\n",
+                rssFirst > 0 ? static_cast<double>(rssLast) / rssFirst : 0.0,
+                1.0 + maxGrowth / 100.0);
   }
+  Check(g_inits == g_terms, "every Init() has its Term()", cycles);
+  Check(g_live == 0, "nothing left alive", cycles);
+  const bool grew = rssLast * 100 > rssFirst * (100 + maxGrowth);
+  if (grew) std::fprintf(stderr, "ktstress: resident memory grew by more than %ld%%\n", maxGrowth);
   boost::system::error_code ec;
   fs::remove_all(folder, ec);
-  std::printf("result                 %s\n", rc == 0 ? "ok" : "FAILED");
-  return rc;
+  const bool ok = !g_failed && !grew;
+  std::printf("result                 %s\n", ok ? "ok" : "FAILED");
+  return ok ? 0 : 1;
 }

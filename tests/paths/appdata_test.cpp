@@ -1,5 +1,7 @@
 #include <gtest/gtest.h>
 #include <ktbase/ktappdatapath.h>
+#include <ktbase/ktprefmanager.h>
+#include <ktbase/moduleutils.h>
 
 #include <boost/filesystem.hpp>
 
@@ -41,13 +43,18 @@ TEST_F(AppDataPathTest, BelowTemporaryDirectoryForEveryKind) {
   }
 }
 
-TEST_F(AppDataPathTest, UnusableTemporaryDirectoryThrows) {
+TEST_F(AppDataPathTest, UnusableTemporaryDirectoryThrowsAndMakesNoManager) {
   // An empty TMPDIR is not skipped by the filesystem library: it is unusable.
-  for (const std::string& value : {std::string(""), path("missing"), writeFile("file", "")}) {
+  const std::string values[] = {"", path("missing"), writeFile("file", "")};
+  const auto before = kttest::Snapshot(dir());
+  for (const std::string& value : values) {
     SCOPED_TRACE(value);
     kttest::ScopedEnv env("TMPDIR", value);
     EXPECT_THROW(CKTAppDataPath("x", CKTAppDataPath::eAppDataUser), fs::filesystem_error);
+    EXPECT_THROW(delete IKTPrefManager::Create(), fs::filesystem_error);
+    EXPECT_EQ(ModuleUtils::GetTempPath(), value);  // reported as it stands
   }
+  EXPECT_EQ(kttest::Snapshot(dir()), before);
 }
 
 TEST_F(AppDataPathTest, MakeDirs) {

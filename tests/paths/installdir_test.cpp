@@ -1,83 +1,82 @@
-// Installation directories of a copy of the library loaded from a chosen
-// place. This program does not link the library: each test loads its own
-// copy, and each test runs in its own process (a loaded copy stays loaded).
-#include <dlfcn.h>
+// Installation directories: of this build tree, and of copies of the library
+// loaded from places the test chooses, plain, relative and through links.
+// Each copy is loaded by a separate probe process, the only copy in it.
 #include <gtest/gtest.h>
-#include <unistd.h>
+#include <ktbase/ktpaths.h>
 
-#include <cstdlib>
-#include <filesystem>
+#include <boost/filesystem.hpp>
+#include <cstdio>
 #include <string>
 
-namespace fs = std::filesystem;
+#include "test_support.h"
+
+namespace fs = boost::filesystem;
 
 namespace {
 
-using DirFunc = std::string (*)();
-
-struct Dirs {
-  std::string bin, root, db;
-};
-
-class InstallDirTest : public ::testing::Test {
- protected:
-  void SetUp() override {
-    if (dlopen("libktbase.so", RTLD_LAZY | RTLD_NOLOAD) != nullptr) {
-      GTEST_SKIP() << "a copy is already loaded; run each test in its own process";
-    }
-    const char* base = std::getenv("TMPDIR");
-    std::string pattern =
-        std::string(base != nullptr && *base != '\0' ? base : "/tmp") + "/ktbase-installdir-XXXXXX";
-    ASSERT_NE(mkdtemp(pattern.data()), nullptr);
-    m_dir = fs::canonical(pattern);
-  }
-  void TearDown() override {
-    if (!m_dir.empty()) {
-      std::error_code ec;
-      fs::current_path(m_previous.empty() ? fs::path("/") : m_previous, ec);
-      fs::remove_all(m_dir, ec);
-    }
-  }
-  // Copies the library and its logger into `folder` (below the temp folder).
-  void Install(const fs::path& folder) {
-    fs::create_directories(m_dir / folder);
-    fs::copy_file(KTTEST_KTBASE, m_dir / folder / "libktbase.so");
-    fs::copy_file(KTTEST_LOGMANAGER, m_dir / folder / "liblogmanager.so");
-  }
-  // Loads the copy by `name` and asks it for its directories.
-  static Dirs Load(const std::string& name) {
-    void* handle = dlopen(name.c_str(), RTLD_LAZY);
-    EXPECT_NE(handle, nullptr) << dlerror();
-    if (handle == nullptr) return {};
-    auto call = [handle](const char* symbol) {
-      auto func = reinterpret_cast<DirFunc>(dlsym(handle, symbol));
-      EXPECT_NE(func, nullptr) << symbol;
-      return func != nullptr ? func() : std::string("<missing>");
-    };
-    return {call("_Z11KTGetBinDirB5cxx11v"), call("_Z12KTGetRootDirB5cxx11v"),
-            call("_Z10KTGetDBDirB5cxx11v")};
-  }
-
-  fs::path m_dir;
-  fs::path m_previous;
-};
-
-TEST_F(InstallDirTest, AbsolutePath) {
-  Install("x/y/z");
-  const Dirs dirs = Load((m_dir / "x/y/z/libktbase.so").string());
-  EXPECT_EQ(dirs.bin, (m_dir / "x/y/z").string());
-  EXPECT_EQ(dirs.root, (m_dir / "x").string());
-  EXPECT_EQ(dirs.db, (m_dir / "x/db").string());
+TEST(InstallDirsTest, BuildTreeLayoutAndUnanchoredLookup) {
+  const fs::path lib(KTTEST_KTBASE);
+  const fs::path root = lib.parent_path().parent_path().parent_path();
+  EXPECT_EQ(KTGetDynamicLibraryPath("libktbase.so"), lib.string());
+  EXPECT_EQ(KTGetDynamicLibraryPath("ktbase."), lib.string());  // fragment, anywhere
+  EXPECT_EQ(KTGetDynamicLibraryPath("no-such-object-anywhere"), "");
+  EXPECT_EQ(KTGetDynamicLibraryPath(""), "");  // the main program's empty name
+  EXPECT_EQ(KTGetBinDir(), lib.parent_path().string());
+  EXPECT_EQ(KTGetRootDir(), root.string());
+  EXPECT_EQ(KTGetDBDir(), (root / "db").string());
 }
 
-TEST_F(InstallDirTest, ShortRelativePath) {
-  Install("lib");
-  m_previous = fs::current_path();
-  fs::current_path(m_dir);
-  const Dirs dirs = Load("lib/libktbase.so");
-  EXPECT_EQ(dirs.bin, "lib");
-  EXPECT_EQ(dirs.root, "");
-  EXPECT_EQ(dirs.db, "db");
+class InstallDirsCopyTest : public kttest::TempDirTest {
+ protected:
+  // The probe, run in the test folder, loads `library` and prints the
+  // directories the copy derives from where the loader says it is.
+  std::string Probe(const std::string& library) {
+    const std::string command =
+        "cd '" + dir() + "' && '" KTTEST_PROBE "' '" KTTEST_LOGMANAGER "' '" + library + "' 2>&1";
+    std::string out;
+    if (FILE* pipe = popen(command.c_str(), "r")) {
+      char buffer[512];
+      while (fgets(buffer, sizeof buffer, pipe) != nullptr) out += buffer;
+      EXPECT_EQ(pclose(pipe), 0) << out;
+    }
+    return out;
+  }
+  void Copy(const std::string& folder) {
+    fs::create_directories(path(folder));
+    fs::copy_file(KTTEST_KTBASE, path(folder + "/libktbase.so"));
+  }
+};
+
+TEST_F(InstallDirsCopyTest, RootIsTwoFoldersAboveTheFileTheLoaderNamed) {
+  const std::string d = dir(), realBin = path("real/bin/linux_intel.release");
+  Copy("real/bin/linux_intel.release");
+  Copy("lib");
+  fs::create_symlink("real", path("inst"));
+  fs::create_directories(path("links/lib"));
+  fs::create_symlink(realBin + "/libktbase.so", path("links/lib/libktbase.so"));
+  fs::create_symlink(realBin + "/libktbase.so", path("links/lib/libother.so"));
+  fs::create_directories(path("chain/x"));
+  fs::create_symlink("../../links/lib/libktbase.so", path("chain/x/libktbase.so"));
+  const auto before = kttest::Snapshot(d);
+
+  // The loader records the path as it was given, links unresolved; a file
+  // that is not named "libktbase.so" is not recognised at all.
+  const struct {
+    std::string loaded, bin, root, db;
+  } cases[] = {
+      {realBin + "/libktbase.so", realBin, d + "/real", d + "/real/db"},
+      {"lib/libktbase.so", "lib", "", "db"},  // relative: the root is ""
+      {path("inst/bin/linux_intel.release/libktbase.so"), d + "/inst/bin/linux_intel.release",
+       d + "/inst", d + "/inst/db"},
+      {path("links/lib/libktbase.so"), d + "/links/lib", d, d + "/db"},
+      {path("chain/x/libktbase.so"), d + "/chain/x", d, d + "/db"},
+      {path("links/lib/libother.so"), "", "", "db"},
+  };
+  for (const auto& c : cases) {
+    SCOPED_TRACE(c.loaded);
+    EXPECT_EQ(Probe(c.loaded), "bin=" + c.bin + "\nroot=" + c.root + "\ndb=" + c.db + "\n");
+  }
+  EXPECT_EQ(kttest::Snapshot(d), before);
 }
 
 }  // namespace

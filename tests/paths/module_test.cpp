@@ -6,7 +6,7 @@
 #include <ktbase/ktpaths.h>
 #include <ktbase/moduleutils.h>
 
-#include <boost/filesystem/path.hpp>
+#include <boost/filesystem.hpp>
 #include <cstdlib>
 #include <memory>
 
@@ -48,8 +48,36 @@ TEST(ModuleUtilsTest, LoadIgnoresFlagAndNeverLoadsGlobally) {
     EXPECT_EQ(ModuleUtils::UnloadModule(handle), 0);
     EXPECT_EQ(dlopen(KTTEST_OWNER, RTLD_LAZY | RTLD_NOLOAD), nullptr);
   }
-  EXPECT_EQ(ModuleUtils::LoadModule("/nonexistent/libnothing.so", true), nullptr);
-  EXPECT_EQ(ModuleUtils::LoadModule(KTTEST_KTBASE ".missing", false), nullptr);
+}
+
+using ModuleFileTest = kttest::TempDirTest;
+
+TEST_F(ModuleFileTest, ModulesThatFailToLoadLeaveTheReasonToTheCaller) {
+  writeFile("empty.so", "");
+  writeFile("text.so", "this is not a shared object\n");
+  writeFile("truncated.so", readFile(KTTEST_LAZY).value().substr(0, 64));
+  boost::filesystem::create_directories(path("folder.so"));
+  const auto before = kttest::Snapshot(dir());
+  for (const std::string& module :
+       {path("missing.so"), path("empty.so"), path("text.so"), path("truncated.so"),
+        path("folder.so"), std::string(KTTEST_UNDEFINED_DATA), std::string(KTTEST_NEEDS_DEP)}) {
+    SCOPED_TRACE(module);
+    for (bool flag : {false, true}) {
+      dlerror();
+      EXPECT_EQ(ModuleUtils::LoadModule(module.c_str(), flag), nullptr);
+      EXPECT_NE(dlerror(), nullptr);
+    }
+  }
+  // Only function references are bound lazily: a module that calls an
+  // undefined function loads, and what it defines is usable.
+  void* lazy = ModuleUtils::LoadModule(KTTEST_LAZY, false);
+  ASSERT_NE(lazy, nullptr) << dlerror();
+  auto defined = reinterpret_cast<int (*)()>(ModuleUtils::GetLibraryFunc(lazy, "ktfault_defined"));
+  ASSERT_NE(defined, nullptr);
+  EXPECT_EQ(defined(), 42);
+  EXPECT_EQ(ModuleUtils::GetLibraryFunc(lazy, "ktfault_nowhere"), nullptr);
+  EXPECT_EQ(ModuleUtils::UnloadModule(lazy), 0);
+  EXPECT_EQ(kttest::Snapshot(dir()), before);
 }
 
 TEST(ModuleUtilsTest, LibraryFuncOnlyFromTheModuleItself) {
@@ -97,17 +125,6 @@ TEST(ModuleUtilsTest, TempPathFromEnvironment) {
     kttest::ScopedEnv env("TMPDIR", std::string(value));
     EXPECT_EQ(ModuleUtils::GetTempPath(), value);
   }
-}
-
-TEST(InstallDirsTest, BuildTreeLayoutAndUnanchoredLookup) {
-  const boost::filesystem::path lib(KTTEST_KTBASE);
-  EXPECT_EQ(KTGetDynamicLibraryPath("libktbase.so"), lib.string());
-  EXPECT_EQ(KTGetDynamicLibraryPath("ktbase."), lib.string());  // fragment, anywhere
-  EXPECT_EQ(KTGetDynamicLibraryPath("no-such-object-anywhere"), "");
-  EXPECT_EQ(KTGetDynamicLibraryPath(""), "");  // the main program's empty name
-  EXPECT_EQ(KTGetBinDir(), lib.parent_path().string());
-  EXPECT_EQ(KTGetRootDir(), lib.parent_path().parent_path().parent_path().string());
-  EXPECT_EQ(KTGetDBDir(), (lib.parent_path().parent_path().parent_path() / "db").string());
 }
 
 }  // namespace

@@ -88,32 +88,48 @@ TEST_F(SearchPathTest, DuplicatesAppendAndExactExtension) {
   EXPECT_STREQ(sp.GetClsName(), "System.IO.SearchPath");
 }
 
-TEST_F(SearchPathTest, RemovedBetweenAddAndFind) {
-  writeFile("a/1.txt", "");
-  writeFile("b/2.txt", "");
+TEST_F(SearchPathTest, FilesRemovedBetweenAddAndFind) {
+  for (const char* file : {"t/z.txt", "t/a/x.txt", "t/a/keep.txt", "t/b/y.txt"})
+    writeFile(file, "");
   KTSearchPath sp;
-  sp.Add(path("a").c_str(), false);
-  sp.Add(path("b").c_str(), false);
-  fs::remove(path("a/1.txt"));
-  EXPECT_TRUE(Find(sp, ".txt") == std::vector<std::string>{path("b/2.txt")});
-  fs::remove_all(path("b"));
-  writeFile("a/3.txt", "");
+  sp.Add(path("t").c_str(), false);
+  sp.Add(path("t/a").c_str(), false);
+  sp.Add(path("t/b/y.txt").c_str(), false);  // a file adds its folder
+  fs::remove(path("t/a/x.txt"));
+  fs::create_symlink(path("t/a/nowhere"), path("t/a/dangling.txt"));
+  const std::vector<std::string> first = {path("t/a/dangling.txt"), path("t/a/keep.txt"),
+                                          path("t/z.txt")};
+  EXPECT_EQ(Find(sp, ".txt"),
+            (std::vector<std::string>{first[0], first[1], path("t/b/y.txt"), first[2]}));
+
+  // A listed folder that has gone: an error, and what came before stays.
+  fs::remove_all(path("t/b"));
+  const auto before = kttest::Snapshot(dir());
   std::vector<std::string> found;
   EXPECT_THROW(sp.FindByExtension(found, ".txt"), fs::filesystem_error);
-  EXPECT_EQ(found, std::vector<std::string>{path("a/3.txt")});  // appended before stays
+  std::sort(found.begin(), found.end());
+  EXPECT_EQ(found, first);
+  EXPECT_EQ(kttest::Snapshot(dir()), before);
 }
 
-TEST_F(SearchPathTest, SymlinkCycleEnds) {
-  fs::create_directories(path("d/a"));
-  fs::create_directory_symlink(path("d"), path("d/a/loop"));
-  KTSearchPath sp;
-  // No cycle guard: the walk ends when the system refuses the path (a
-  // filesystem error); anything but a hang or a crash is fine.
-  try {
-    sp.Add(path("d").c_str(), true);
-  } catch (const fs::filesystem_error&) {
+TEST_F(SearchPathTest, SymbolicLinkCyclesEndInAnError) {
+  fs::create_directories(path("dircycle/a"));
+  fs::create_symlink("..", path("dircycle/a/up"));  // a folder that contains itself
+  fs::create_directories(path("selfcycle"));
+  fs::create_symlink("self", path("selfcycle/self"));  // a link that resolves to itself
+  const auto before = kttest::Snapshot(dir());
+  // There is no cycle guard: the walk ends when the system refuses to
+  // resolve the path any further.
+  for (const char* tree : {"dircycle", "selfcycle"}) {
+    SCOPED_TRACE(tree);
+    KTSearchPath sp;
+    EXPECT_THROW(sp.Add(path(tree).c_str(), true), fs::filesystem_error);
   }
-  SUCCEED();
+  KTSearchPath flat;
+  flat.Add(path("selfcycle").c_str(), false);
+  std::vector<std::string> found;
+  EXPECT_THROW(flat.FindByExtension(found, ".txt"), fs::filesystem_error);
+  EXPECT_EQ(kttest::Snapshot(dir()), before);
 }
 
 }  // namespace

@@ -1,7 +1,6 @@
 #include "test_support.h"
 
 #include <boost/filesystem.hpp>
-
 #include <cstdlib>
 #include <fstream>
 #include <iostream>
@@ -11,8 +10,7 @@ namespace fs = boost::filesystem;
 
 namespace kttest {
 
-ScopedEnv::ScopedEnv(std::string name, std::optional<std::string> value)
-    : m_name(std::move(name)) {
+ScopedEnv::ScopedEnv(std::string name, std::optional<std::string> value) : m_name(std::move(name)) {
   if (const char* old = std::getenv(m_name.c_str())) m_previous = old;
   if (value)
     ::setenv(m_name.c_str(), value->c_str(), 1);
@@ -70,8 +68,7 @@ std::string TempDirTest::path(const std::string& relative) const {
   return (fs::path(m_dir) / relative).string();
 }
 
-std::string TempDirTest::writeFile(const std::string& relative,
-                                   const std::string& content) const {
+std::string TempDirTest::writeFile(const std::string& relative, const std::string& content) const {
   fs::path p = fs::path(m_dir) / relative;
   fs::create_directories(p.parent_path());
   std::ofstream out(p.string(), std::ios::binary | std::ios::trunc);
@@ -83,6 +80,21 @@ std::optional<std::string> TempDirTest::readFile(const std::string& path) {
   std::ifstream in(path, std::ios::binary);
   if (!in) return std::nullopt;
   return std::string(std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>());
+}
+
+std::map<std::string, std::string> Snapshot(const std::string& root) {
+  struct Reader : TempDirTest {
+    using TempDirTest::readFile;
+  };
+  std::map<std::string, std::string> entries;
+  for (fs::recursive_directory_iterator it(root), end; it != end; ++it) {
+    const fs::file_status status = it->symlink_status();
+    entries[it->path().string()] =
+        fs::is_symlink(status)     ? "link:" + fs::read_symlink(it->path()).string()
+        : fs::is_directory(status) ? "folder"
+                                   : "file:" + Reader::readFile(it->path().string()).value_or("");
+  }
+  return entries;
 }
 
 CoutCapture::CoutCapture() : m_stream(new std::ostringstream) {

@@ -6,6 +6,7 @@
 
 #include <logmanager/log.h>
 
+#include <map>
 #include <optional>
 #include <sstream>
 #include <string>
@@ -73,6 +74,11 @@ class TempDirTest : public ::testing::Test {
   std::string m_dir;
   std::optional<ScopedEnv> m_tmpdir;
 };
+
+// Every entry below `root`, links not followed, with what it is: "folder",
+// "link:<target>" or "file:<content>". Comparing two snapshots shows that
+// nothing was written, removed or changed in the tree.
+std::map<std::string, std::string> Snapshot(const std::string& root);
 
 // Captures what is written to std::cout while it lives.
 class CoutCapture {

@@ -1,5 +1,5 @@
 // Links a library that is on no search path of the loader.
-extern "C" int ktfault_dep();
+extern "C" int kttest_dep_symbol();
 extern "C" __attribute__((visibility("default"))) int ktfault_needs_dep() {
-  return ktfault_dep() + 1;
+  return kttest_dep_symbol() + 1;
 }

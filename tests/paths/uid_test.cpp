@@ -1,8 +1,11 @@
 #include <gtest/gtest.h>
 #include <ktbase/ktuid.h>
 
+#include <cctype>
+#include <cstdio>
 #include <cstring>
 #include <memory>
+#include <random>
 #include <string>
 
 namespace {
@@ -49,22 +52,6 @@ TEST(KtUIDTest, IsUID) {
   EXPECT_STREQ(KtUID::GetNullUIDStr(), null.c_str());
 }
 
-TEST(KtUIDTest, ParsesFixedPositions) {
-  const KtUID expected(0x12, 0x34, 0x56, 0x78, 0x9A, 0xBC, 0xDE, 0xF0, 0x01, 0x02, 0x03, 0x04, 0x05,
-                       0x06, 0x07, 0x08);
-  for (bool validate : {true, false}) {
-    SCOPED_TRACE(validate);
-    EXPECT_EQ(KtUID("12345678-9abc-DEF0-0102-030405060708", validate), expected);
-  }
-  // Unchecked: hyphen places are not looked at; bad digits count as 255.
-  const KtUID loose("0GG0zz00x0000-0000-0000-000000000000", false);
-  EXPECT_EQ(loose.GetBytes()[0], 0xFF);  // "0G": bad low digit
-  EXPECT_EQ(loose.GetBytes()[1], 0xF0);  // "G0": 0xF0 | 0
-  EXPECT_EQ(loose.GetBytes()[2], 0xFF);
-  EXPECT_EQ(Str(KtUID("1234567899abcddef00102-030405060708", false)).substr(0, 8), "12345678");
-  EXPECT_EQ(KtUID("0G345678-9abc-DEF0-0102-030405060708", true), KtUID());
-}
-
 TEST(KtUIDTest, ConstructorsAndFormatting) {
   EXPECT_EQ(Str(KtUID(0x12345678u, 0x9ABC, 0xDEF0, 1, 2, 3, 4, 5, 6, 7, 8)),
             "12345678-9ABC-DEF0-0102-030405060708");
@@ -86,14 +73,55 @@ TEST(KtUIDTest, ConstructorsAndFormatting) {
   EXPECT_NE(id, KtUID());
 }
 
-TEST(KtUIDTest, XDigit) {
-  const std::string digits = "0123456789abcdefABCDEF";
-  const unsigned char values[] = {0,  1,  2,  3,  4,  5,  6,  7,  8,  9,  10,
-                                  11, 12, 13, 14, 15, 10, 11, 12, 13, 14, 15};
-  for (std::size_t i = 0; i < digits.size(); ++i) EXPECT_EQ(xdigitToUint8(digits[i]), values[i]);
-  for (char c : {'g', 'G', '-', ' ', '\0', static_cast<char>(0xC3)}) {
-    SCOPED_TRACE(static_cast<int>(c));
-    EXPECT_EQ(xdigitToUint8(c), 255);
+// The table-driven parse and format against isxdigit and snprintf, on
+// random identifiers and damaged texts.
+TEST(KtUIDTest, MatchesIsxdigitAndSnprintf) {
+  std::mt19937 rng(13u);
+  for (int i = 0; i < 10000; ++i) {
+    unsigned char b[16];
+    for (unsigned char& byte : b) byte = static_cast<unsigned char>(i < 16 ? 0 : rng());
+    char want[37];
+    std::snprintf(want, sizeof want,
+                  "%02X%02X%02X%02X-%02X%02X-%02X%02X-%02X%02X-%02X%02X%02X%02X%02X%02X", b[0],
+                  b[1], b[2], b[3], b[4], b[5], b[6], b[7], b[8], b[9], b[10], b[11], b[12], b[13],
+                  b[14], b[15]);
+    char got[38];
+    got[37] = '#';
+    KtUID(b[0], b[1], b[2], b[3], b[4], b[5], b[6], b[7], b[8], b[9], b[10], b[11], b[12], b[13],
+          b[14], b[15])
+        .GetStr(got);
+    ASSERT_EQ(std::string(got, 38), std::string(want, 37) + "#");
+
+    // Damage the text: a random character at a random place, a cut, or none.
+    std::string text(want);
+    for (char& c : text) c = rng() % 4 ? c : static_cast<char>(std::tolower(c));
+    if (rng() % 2) text[rng() % text.size()] = static_cast<char>(rng() % 128);
+    if (rng() % 8 == 0) text.resize(rng() % 37);
+    text.resize(std::strlen(text.c_str()));
+    SCOPED_TRACE(text);
+    bool valid = text.size() == 36;
+    for (std::size_t p = 0; p < text.size() && valid; ++p) {
+      const bool hyphen = p == 8 || p == 13 || p == 18 || p == 23;
+      valid = hyphen ? text[p] == '-' : std::isxdigit(static_cast<unsigned char>(text[p])) != 0;
+    }
+    // An exactly sized copy: reading past the terminator is a sanitizer error.
+    const std::unique_ptr<char[]> exact(new char[text.size() + 1]);
+    std::memcpy(exact.get(), text.c_str(), text.size() + 1);
+    EXPECT_EQ(KtUID::IsUID(exact.get()), valid);
+    const std::string padded = text + std::string(40, '\0');
+    unsigned char bytes[16] = {};
+    for (int k = 0; k < 16; ++k) {
+      const int at = 2 * k + (k >= 4) + (k >= 6) + (k >= 8) + (k >= 10);
+      bytes[k] = static_cast<unsigned char>(xdigitToUint8(padded[at]) << 4 |
+                                            xdigitToUint8(padded[at + 1]));
+    }
+    EXPECT_EQ(std::memcmp(KtUID(padded.c_str(), false).GetBytes(), bytes, 16), 0);
+    EXPECT_EQ(KtUID(exact.get(), true), valid ? KtUID(padded.c_str(), false) : KtUID());
+  }
+  for (int c = 0; c < 256; ++c) {
+    const int expected =
+        std::isxdigit(c) ? (std::isdigit(c) ? c - '0' : std::toupper(c) - 'A' + 10) : 255;
+    EXPECT_EQ(xdigitToUint8(static_cast<char>(c)), expected) << c;
   }
 }
 

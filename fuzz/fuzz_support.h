@@ -2,22 +2,27 @@
 //
 // FUZZ_CHECK aborts with a message when an invariant fails; libFuzzer then
 // reports the input as a crash and keeps it. FuzzFolder() is a private folder
-// made once per process, also exported as "TMPDIR" so the preference manager's
-// own folder ($TMPDIR/Norvex/Tessel) never lands in the machine's temporary
-// directory; it is removed at exit. LogRecords() keeps every log record
-// delivered since the last ClearLog().
+// made once per process, on the memory file system /dev/shm when it can be
+// used (the targets write files for every input), else in $TMPDIR or /tmp. It
+// is also exported as "TMPDIR" so the preference manager's own folder
+// ($TMPDIR/Norvex/Tessel) never lands in the machine's temporary directory,
+// and removed at exit. LogRecords() keeps every log record delivered since the
+// last ClearLog().
 #ifndef KTBASE_FUZZ_SUPPORT_H
 #define KTBASE_FUZZ_SUPPORT_H
 
+#include <fcntl.h>
+#include <ktbase/ktprefmanager.h>
 #include <logmanager/log.h>
+#include <unistd.h>
 
 #include <boost/filesystem.hpp>
 #include <cstdio>
 #include <cstdlib>
-#include <fstream>
-#include <iterator>
 #include <map>
+#include <memory>
 #include <string>
+#include <string_view>
 #include <utility>
 #include <vector>
 
@@ -28,6 +33,23 @@
       std::abort();                                                                      \
     }                                                                                    \
   } while (0)
+
+using PrefMap = std::map<std::string, std::string>;
+
+// White-box access to the maps and tokens (the class is a friend). Scopes
+// are numbered as IKTPrefManager::EPrefType.
+class CKTPrefManagerPeer {
+ public:
+  static const PrefMap& Scope(const CKTPrefManager& m, int scope) {
+    return scope == 0 ? m.m_prefMapUser : scope == 1 ? m.m_prefMapProject : m.m_prefMapSite;
+  }
+  static const PrefMap& Tokens(const CKTPrefManager& m) { return m.m_prefPathTokens; }
+  static void Clear(CKTPrefManager& m) {
+    m.m_prefMapUser.clear();
+    m.m_prefMapProject.clear();
+    m.m_prefMapSite.clear();
+  }
+};
 
 namespace ktfuzz {
 
@@ -45,16 +67,17 @@ inline void ClearLog() { LogRecords().clear(); }
 
 inline const std::string& FuzzFolder() {
   static const std::string* folder = [] {
-    const char* base = std::getenv("TMPDIR");
-    std::string pattern = (base != nullptr && *base != '\0') ? base : "/tmp";
-    pattern += "/ktfuzz-XXXXXX";
-    std::vector<char> buf(pattern.begin(), pattern.end());
-    buf.push_back('\0');
-    if (::mkdtemp(buf.data()) == nullptr) {
-      std::perror("mkdtemp");
-      std::abort();
+    std::string* made = nullptr;  // leaked: the exit handler needs it
+    const char* const bases[] = {"/dev/shm", std::getenv("TMPDIR"), "/tmp"};
+    for (const char* base : bases) {
+      if (base == nullptr || *base == '\0') continue;
+      std::string pattern = std::string(base) + "/ktfuzz-XXXXXX";
+      if (::mkdtemp(pattern.data()) != nullptr) {
+        made = new std::string(pattern);
+        break;
+      }
     }
-    auto* made = new std::string(buf.data());  // leaked: the exit handler needs it
+    FUZZ_CHECK(made != nullptr);
     ::setenv("TMPDIR", made->c_str(), 1);
     std::atexit([] {
       boost::system::error_code ec;
@@ -70,37 +93,44 @@ inline const std::string& FuzzFolder() {
 
 inline std::string InFolder(const char* name) { return FuzzFolder() + "/" + name; }
 
+// A manager whose three scopes use user.prefs, project.prefs and site.prefs
+// in the fuzz folder.
+inline std::unique_ptr<CKTPrefManager> NewManager() {
+  std::unique_ptr<CKTPrefManager> m(dynamic_cast<CKTPrefManager*>(IKTPrefManager::Create()));
+  FUZZ_CHECK(m != nullptr);
+  m->Configure(InFolder("user.prefs"), InFolder("project.prefs"), InFolder("site.prefs"));
+  return m;
+}
+
+// Plain system calls: no stream buffer to allocate for every input.
 inline void WriteBytes(const std::string& path, const void* data, size_t size) {
-  std::ofstream out(path, std::ios::binary | std::ios::trunc);
-  out.write(static_cast<const char*>(data), static_cast<std::streamsize>(size));
-  FUZZ_CHECK(out.good());
+  const int file = ::open(path.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0644);
+  FUZZ_CHECK(file >= 0 && ::write(file, data, size) == static_cast<ssize_t>(size));
+  ::close(file);
 }
 
 // Whole file, binary-exact; "" when it cannot be read.
 inline std::string ReadBytes(const std::string& path) {
-  std::ifstream in(path, std::ios::binary);
-  return std::string(std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>());
+  std::string bytes;
+  const int file = ::open(path.c_str(), O_RDONLY | O_CLOEXEC);
+  char chunk[16384];
+  for (ssize_t got; file >= 0 && (got = ::read(file, chunk, sizeof chunk)) > 0;)
+    bytes.append(chunk, static_cast<size_t>(got));
+  if (file >= 0) ::close(file);
+  return bytes;
 }
 
-inline bool FileExists(const std::string& path) {
-  boost::system::error_code ec;
-  return boost::filesystem::exists(path, ec);
-}
-
-
-using PrefMap = std::map<std::string, std::string>;
-
-// Reference model of the list getter's cut: every separator splits, empty
-// pieces kept.
-inline std::vector<std::string> Split(const std::string& text, char sep) {
-  std::vector<std::string> pieces;
-  size_t start = 0;
-  for (size_t at = text.find(sep); at != std::string::npos; at = text.find(sep, start)) {
-    pieces.push_back(text.substr(start, at - start));
-    start = at + 1;
+// Reference model of the list getter, called on a vector that held "old":
+// whether `got` is "old" followed by the pieces of `text` cut at every
+// separator (empty pieces kept). Compares in place, allocating nothing.
+inline bool SplitsInto(const std::vector<std::string>& got, std::string_view text, char sep) {
+  if (got.empty() || got[0] != "old") return false;
+  for (size_t n = 1;; ++n) {
+    const size_t at = text.find(sep);
+    if (n == got.size() || got[n] != text.substr(0, at)) return false;
+    if (at == std::string_view::npos) return n + 1 == got.size();
+    text.remove_prefix(at + 1);
   }
-  pieces.push_back(text.substr(start));
-  return pieces;
 }
 
 // Reference model of the read-side token rule: the unsigned ".Path" test

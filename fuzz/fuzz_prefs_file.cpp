@@ -116,8 +116,10 @@ void CheckGetters(IKTPrefManager& m, const std::string& key, const std::string& 
     FUZZ_CHECK(m.GetPref(key, true, b, siteOnly) == truth && b == truth);
     int i = 0;
     FUZZ_CHECK(m.GetPref(key, 17, i, siteOnly) == integer && i == integer);
-    float f = 0;
-    FUZZ_CHECK(m.GetPref(key, 2.5f, f, siteOnly) == real && f == real);
+    float f = 0;  // compared bit for bit: -0 is not 0
+    const float fGot = m.GetPref(key, 2.5f, f, siteOnly);
+    FUZZ_CHECK(std::memcmp(&fGot, &real, sizeof real) == 0 &&
+               std::memcmp(&f, &real, sizeof f) == 0);
     for (char sep : {',', text.empty() ? ';' : text[0]}) {
       got.assign(1, "old");
       FUZZ_CHECK(ktfuzz::SplitsInto(m.GetPref(key, sep, defaults, got, siteOnly), text, sep));

@@ -6,10 +6,10 @@
 
 #include <boost/signals2/signal.hpp>
 
-#include <cstdlib>
-#include <cstring>
 #include <string>
 #include <vector>
+
+#include "test_support.h"
 
 namespace {
 
@@ -99,19 +99,12 @@ TEST(Contract, SystemSlotsAndShutdownOrder) {
   EXPECT_EQ(qrnGetSystem(), nullptr);
 }
 
-TEST(Contract, PrefManagerSlots) {
-  char dir[] = "/tmp/ktcontract-XXXXXX";
-  ASSERT_NE(mkdtemp(dir), nullptr);
-  const std::string user = std::string(dir) + "/u.prefs";
-  // The manager creates <TMPDIR>/Norvex/Tessel: keep it inside our folder.
-  const char* oldTmp = std::getenv("TMPDIR");
-  const std::string savedTmp = oldTmp != nullptr ? oldTmp : "";
-  setenv("TMPDIR", dir, 1);
+// TMPDIR points into the fixture's folder, where the manager makes its own.
+using ContractPrefs = kttest::TempDirTest;
+
+TEST_F(ContractPrefs, PrefManagerSlots) {
+  const std::string user = path("u.prefs");
   IKTPrefManager* prefs = IKTPrefManager::Create();
-  if (oldTmp != nullptr)
-    setenv("TMPDIR", savedTmp.c_str(), 1);
-  else
-    unsetenv("TMPDIR");
   ASSERT_NE(prefs, nullptr);
   EXPECT_STREQ(prefs->GetClsName(), "PrefManager");
   prefs->Configure(user, IKTPrefManager::ePrefUser);
@@ -142,13 +135,7 @@ TEST(Contract, PrefManagerSlots) {
   prefs->Term();
   prefs->Writable(false);
   delete prefs;
-  FILE* in = std::fopen(user.c_str(), "rb");
-  ASSERT_NE(in, nullptr);
-  char buf[64] = {};
-  size_t n = std::fread(buf, 1, sizeof buf, in);
-  std::fclose(in);
-  EXPECT_EQ(std::string(buf, n), "a=x y\nb=2\nl=\n");
-  KTRecursiveDelete(dir);
+  EXPECT_EQ(readFile(user), "a=x y\nb=2\nl=\n");
 }
 
 TEST(Contract, ValueClassesAndFreeFunctions) {

@@ -1,11 +1,8 @@
 #include <gtest/gtest.h>
 #include <ktbase/ktuid.h>
 
-#include <cctype>
-#include <cstdio>
 #include <cstring>
 #include <memory>
-#include <random>
 #include <string>
 
 namespace {
@@ -71,58 +68,6 @@ TEST(KtUIDTest, ConstructorsAndFormatting) {
   EXPECT_EQ(text, "A1B2C3D4-E5F6-0718-293A-4B5C6D7E8F90");
   EXPECT_EQ(KtUID(text.c_str(), true), id);
   EXPECT_NE(id, KtUID());
-}
-
-// The table-driven parse and format against isxdigit and snprintf, on
-// random identifiers and damaged texts.
-TEST(KtUIDTest, MatchesIsxdigitAndSnprintf) {
-  std::mt19937 rng(13u);
-  for (int i = 0; i < 10000; ++i) {
-    unsigned char b[16];
-    for (unsigned char& byte : b) byte = static_cast<unsigned char>(i < 16 ? 0 : rng());
-    char want[37];
-    std::snprintf(want, sizeof want,
-                  "%02X%02X%02X%02X-%02X%02X-%02X%02X-%02X%02X-%02X%02X%02X%02X%02X%02X", b[0],
-                  b[1], b[2], b[3], b[4], b[5], b[6], b[7], b[8], b[9], b[10], b[11], b[12], b[13],
-                  b[14], b[15]);
-    char got[38];
-    got[37] = '#';
-    KtUID(b[0], b[1], b[2], b[3], b[4], b[5], b[6], b[7], b[8], b[9], b[10], b[11], b[12], b[13],
-          b[14], b[15])
-        .GetStr(got);
-    ASSERT_EQ(std::string(got, 38), std::string(want, 37) + "#");
-
-    // Damage the text: a random character at a random place, a cut, or none.
-    std::string text(want);
-    for (char& c : text) c = rng() % 4 ? c : static_cast<char>(std::tolower(c));
-    if (rng() % 2) text[rng() % text.size()] = static_cast<char>(rng() % 128);
-    if (rng() % 8 == 0) text.resize(rng() % 37);
-    text.resize(std::strlen(text.c_str()));
-    SCOPED_TRACE(text);
-    bool valid = text.size() == 36;
-    for (std::size_t p = 0; p < text.size() && valid; ++p) {
-      const bool hyphen = p == 8 || p == 13 || p == 18 || p == 23;
-      valid = hyphen ? text[p] == '-' : std::isxdigit(static_cast<unsigned char>(text[p])) != 0;
-    }
-    // An exactly sized copy: reading past the terminator is a sanitizer error.
-    const std::unique_ptr<char[]> exact(new char[text.size() + 1]);
-    std::memcpy(exact.get(), text.c_str(), text.size() + 1);
-    EXPECT_EQ(KtUID::IsUID(exact.get()), valid);
-    const std::string padded = text + std::string(40, '\0');
-    unsigned char bytes[16] = {};
-    for (int k = 0; k < 16; ++k) {
-      const int at = 2 * k + (k >= 4) + (k >= 6) + (k >= 8) + (k >= 10);
-      bytes[k] = static_cast<unsigned char>(xdigitToUint8(padded[at]) << 4 |
-                                            xdigitToUint8(padded[at + 1]));
-    }
-    EXPECT_EQ(std::memcmp(KtUID(padded.c_str(), false).GetBytes(), bytes, 16), 0);
-    EXPECT_EQ(KtUID(exact.get(), true), valid ? KtUID(padded.c_str(), false) : KtUID());
-  }
-  for (int c = 0; c < 256; ++c) {
-    const int expected =
-        std::isxdigit(c) ? (std::isdigit(c) ? c - '0' : std::toupper(c) - 'A' + 10) : 255;
-    EXPECT_EQ(xdigitToUint8(static_cast<char>(c)), expected) << c;
-  }
 }
 
 }  // namespace

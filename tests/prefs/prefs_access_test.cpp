@@ -5,6 +5,9 @@
 #include <boost/filesystem.hpp>
 #include <cfloat>
 #include <climits>
+#include <locale>
+#include <random>
+#include <sstream>
 #include <stdexcept>
 
 #include "prefs_fixture.h"
@@ -259,4 +262,74 @@ TEST_F(PrefsTest, TypedOperationsGoThroughTheTable) {
   std::string v;
   EXPECT_EQ(spy.GetPref("c", "d", v, false), "spy:d");
   EXPECT_TRUE(spy.IsPref("missing", false, false));
+}
+
+// The getters' own tree search against std::map::find.
+TEST_F(PrefsTest, LookupMatchesTheMapFind) {
+  // Keys that differ only in length, at a zero byte, at a byte that orders as
+  // unsigned (0x80, 0xff), in any chunk of 8 bytes and in the short tails.
+  std::mt19937 rng(17u);
+  const char kBytes[] = {'a', 'b', '\0', '\x7f', '\x80', '\xff'};
+  std::vector<std::string> keys = {"", std::string(300, 'k'), std::string(300, 'k') + 'k'};
+  for (int i = 0; i < 600; ++i) {
+    std::string key = i % 3 ? keys[rng() % keys.size()] : std::string();  // a prefix of another
+    for (std::size_t n = key.size() + rng() % 20; key.size() < n;) key += kBytes[rng() % 6];
+    keys.push_back(key);
+  }
+  for (int round = 0; round < 2; ++round) {  // empty scopes, then two of three filled
+    for (std::size_t i = 0; round == 1 && i < keys.size(); ++i) {
+      if (rng() % 3 != 0) map(rng() % 2 ? kUser : kSite)[keys[i]] = std::to_string(i);
+    }
+    for (const std::string& key : keys) {
+      SCOPED_TRACE(testing::PrintToString(key));
+      for (const bool siteOnly : {false, true}) {
+        std::string want = "missing", got;
+        for (const auto scope : {kUser, kProject, kSite}) {
+          const auto hit = map(scope).find(key);
+          if (hit != map(scope).end() && want == "missing" && (!siteOnly || scope == kSite))
+            want = hit->second;
+        }
+        EXPECT_EQ(prefs->GetPref(key, std::string("missing"), got, siteOnly), want) << siteOnly;
+      }
+    }
+  }
+}
+
+// A host's locale: ',' as the decimal point, '.' grouping thousands.
+struct CommaPoint : std::numpunct<char> {
+  char do_decimal_point() const override { return ','; }
+  char do_thousands_sep() const override { return '.'; }
+  std::string do_grouping() const override { return "\3"; }
+};
+
+TEST_F(PrefsTest, NumbersIgnoreTheGlobalLocale) {
+  struct GlobalLocale {
+    const std::locale previous =
+        std::locale::global(std::locale(std::locale::classic(), new CommaPoint));
+    ~GlobalLocale() { std::locale::global(previous); }
+  } comma;
+  std::ostringstream local;
+  local << 1234567 << ' ' << 0.5f;
+  ASSERT_EQ(local.str(), "1.234.567 0,5");  // the locale is in force
+  prefs->SetPref("i", 1234567, kUser);
+  prefs->SetPref("f", 0.5f, kUser);
+  EXPECT_EQ(map(kUser), (PrefMap{{"f", "0.5"}, {"i", "1234567"}}));
+  prefs->Configure(writeFile("site.prefs", "f=0.5\ni=1234567\n"), kSite);
+  prefs->LoadFromDisk(kSite);
+  const struct {
+    const char* key;
+    const char* text;  // set in the user scope; null: read the loaded site file
+    int i;
+    float f;
+  } cases[] = {
+      {"i", nullptr, 1234567, 1234567.0f}, {"f", nullptr, 0, 0.5f},   {"n", "1,5", 1, 1.0f},
+      {"n", "1.234.567", 1, 1.234f},       {"n", "0.5e20", 0, 5e19f}, {"n", "2,5e-20", 2, 2.0f}};
+  for (const auto& c : cases) {
+    SCOPED_TRACE(c.text != nullptr ? c.text : c.key);
+    if (c.text != nullptr) prefs->SetPref(c.key, c.text, kUser);
+    int i = -1;
+    float f = -1.0f;
+    EXPECT_EQ(prefs->GetPref(c.key, -1, i, c.text == nullptr), c.i);
+    EXPECT_EQ(prefs->GetPref(c.key, -1.0f, f, c.text == nullptr), c.f);
+  }
 }

@@ -8,6 +8,7 @@
 #include <cctype>
 #include <cstdint>
 #include <cstring>
+#include <memory>
 #include <string>
 #include <vector>
 
@@ -52,13 +53,18 @@ void CheckFormats(const KtUID& id) {
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
-  // The text as a C string (cut at a zero byte in the input).
+  // The text as a C string (cut at a zero byte in the input), in a heap
+  // block of its exact size: a read past the terminator is caught by ASan.
   const std::string text(reinterpret_cast<const char*>(data), size);
-  const char* c = text.c_str();
+  const size_t length = std::strlen(text.c_str());
+  const std::unique_ptr<char[]> exact(new char[length + 1]);
+  std::memcpy(exact.get(), text.c_str(), length + 1);
+  const char* c = exact.get();
 
   for (char ch : text) FUZZ_CHECK(xdigitToUint8(ch) == DigitValue(ch));
   FUZZ_CHECK(!KtUID::IsUID(nullptr));
   FUZZ_CHECK(KtUID(nullptr, true) == KtUID());
+  FUZZ_CHECK(KtUID(nullptr, false) == KtUID());
 
   const bool valid = KtUID::IsUID(c);
   FUZZ_CHECK(valid == ModelIsUID(c));

@@ -17,7 +17,6 @@ namespace {
 TEST(InstallDirsTest, BuildTreeLayoutAndUnanchoredLookup) {
   const fs::path lib(KTTEST_KTBASE);
   const fs::path root = lib.parent_path().parent_path().parent_path();
-  EXPECT_EQ(KTGetDynamicLibraryPath("libktbase.so"), lib.string());
   EXPECT_EQ(KTGetDynamicLibraryPath("ktbase."), lib.string());  // fragment, anywhere
   EXPECT_EQ(KTGetDynamicLibraryPath("no-such-object-anywhere"), "");
   EXPECT_EQ(KTGetDynamicLibraryPath(""), "");  // the main program's empty name
@@ -41,22 +40,17 @@ class InstallDirsCopyTest : public kttest::TempDirTest {
     }
     return out;
   }
-  void Copy(const std::string& folder) {
-    fs::create_directories(path(folder));
-    fs::copy_file(KTTEST_KTBASE, path(folder + "/libktbase.so"));
-  }
 };
 
 TEST_F(InstallDirsCopyTest, RootIsTwoFoldersAboveTheFileTheLoaderNamed) {
   const std::string d = dir(), realBin = path("real/bin/linux_intel.release");
-  Copy("real/bin/linux_intel.release");
-  Copy("lib");
-  fs::create_symlink("real", path("inst"));
+  for (const std::string& folder : {realBin, path("lib")}) {
+    fs::create_directories(folder);
+    fs::copy_file(KTTEST_KTBASE, folder + "/libktbase.so");
+  }
   fs::create_directories(path("links/lib"));
   fs::create_symlink(realBin + "/libktbase.so", path("links/lib/libktbase.so"));
   fs::create_symlink(realBin + "/libktbase.so", path("links/lib/libother.so"));
-  fs::create_directories(path("chain/x"));
-  fs::create_symlink("../../links/lib/libktbase.so", path("chain/x/libktbase.so"));
   const auto before = kttest::Snapshot(d);
 
   // The loader records the path as it was given, links unresolved; a file
@@ -66,10 +60,7 @@ TEST_F(InstallDirsCopyTest, RootIsTwoFoldersAboveTheFileTheLoaderNamed) {
   } cases[] = {
       {realBin + "/libktbase.so", realBin, d + "/real", d + "/real/db"},
       {"lib/libktbase.so", "lib", "", "db"},  // relative: the root is ""
-      {path("inst/bin/linux_intel.release/libktbase.so"), d + "/inst/bin/linux_intel.release",
-       d + "/inst", d + "/inst/db"},
       {path("links/lib/libktbase.so"), d + "/links/lib", d, d + "/db"},
-      {path("chain/x/libktbase.so"), d + "/chain/x", d, d + "/db"},
       {path("links/lib/libother.so"), "", "", "db"},
   };
   for (const auto& c : cases) {

@@ -9,10 +9,7 @@
 #include <string>
 
 int main(int argc, char** argv) {
-  if (argc != 3) {
-    std::fprintf(stderr, "usage: %s <liblogmanager.so> <library>\n", argv[0]);
-    return 2;
-  }
+  if (argc != 3) return 2;
   // The copy's folder may not hold the logger: load it first, so the copy's
   // need for it is met by the one already loaded.
   void* library = nullptr;

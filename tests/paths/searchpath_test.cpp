@@ -10,6 +10,8 @@ namespace fs = boost::filesystem;
 
 namespace {
 
+using Paths = std::vector<std::string>;
+
 // Records the folders Add() visits, in order, through the virtual operation.
 class RecordingSearchPath : public KTSearchPath {
  public:
@@ -17,13 +19,13 @@ class RecordingSearchPath : public KTSearchPath {
     if (path != nullptr) visited.emplace_back(path);
     KTSearchPath::Add(path, recursive);
   }
-  std::vector<std::string> visited;
+  Paths visited;
 };
 
 class SearchPathTest : public kttest::TempDirTest {
  protected:
-  std::vector<std::string> Find(KTSearchPath& sp, const char* ext) {
-    std::vector<std::string> found;
+  Paths Find(KTSearchPath& sp, const char* ext) {
+    Paths found;
     EXPECT_TRUE(sp.FindByExtension(found, ext));
     std::sort(found.begin(), found.end());
     return found;
@@ -31,26 +33,23 @@ class SearchPathTest : public kttest::TempDirTest {
 };
 
 TEST_F(SearchPathTest, RecursiveAddIsDepthFirstAndReachesEveryFolder) {
-  fs::create_directories(path("d/a/b"));
-  fs::create_directories(path("d/c"));
   writeFile("d/a/b/x.txt", "");
   writeFile("d/c/y.txt", "");
   RecordingSearchPath sp;
   sp.Add(path("d").c_str(), true);
-  const std::vector<std::string>& v = sp.visited;
+  const Paths& v = sp.visited;
   ASSERT_EQ(v.size(), 4u);
   EXPECT_EQ(v[0], path("d"));
   // Children in listing order, each child's sub-folders right after it.
   const auto a = std::find(v.begin(), v.end(), path("d/a"));
-  ASSERT_NE(a, v.end());
+  ASSERT_LT(a - v.begin(), 3);
   EXPECT_EQ(*(a + 1), path("d/a/b"));
-  EXPECT_NE(std::find(v.begin(), v.end(), path("d/c")), v.end());
-  EXPECT_EQ(Find(sp, ".txt"), (std::vector<std::string>{path("d/a/b/x.txt"), path("d/c/y.txt")}));
+  EXPECT_EQ(Find(sp, ".txt"), (Paths{path("d/a/b/x.txt"), path("d/c/y.txt")}));
 }
 
 TEST_F(SearchPathTest, WhatAddLists) {
   writeFile("d/file.txt", "");
-  struct Case {
+  const struct {
     std::string given;
     bool listed;
   } cases[] = {
@@ -59,77 +58,62 @@ TEST_F(SearchPathTest, WhatAddLists) {
       {path("d/missing"), true},      // a missing child of a folder adds the folder
       {path("nope/missing"), false},  // a missing parent adds nothing
   };
-  for (const Case& c : cases) {
+  for (const auto& c : cases) {
     SCOPED_TRACE(c.given);
     KTSearchPath sp;
     sp.Add(c.given.c_str(), false);
-    EXPECT_EQ(Find(sp, ".txt"),
-              c.listed ? std::vector<std::string>{path("d/file.txt")} : std::vector<std::string>{});
+    EXPECT_EQ(Find(sp, ".txt"), c.listed ? Paths{path("d/file.txt")} : Paths{});
   }
   KTSearchPath sp;
   sp.Add(nullptr, true);
   EXPECT_TRUE(Find(sp, ".txt").empty());
 }
 
-TEST_F(SearchPathTest, DuplicatesAppendAndExactExtension) {
+TEST_F(SearchPathTest, FindAppendsExactExtensionOncePerListing) {
   writeFile("d/x.txt", "");
   writeFile("d/y.TXT", "");
   writeFile("d/z.txt.bak", "");
   fs::create_directories(path("d/sub.txt"));
+  fs::create_symlink(path("d/nowhere"), path("d/dangling.txt"));
   KTSearchPath sp;
   sp.Add(path("d").c_str(), false);
   sp.Add(path("d").c_str(), false);
-  std::vector<std::string> found{"kept"};
+  Paths found{"kept"};
   EXPECT_TRUE(sp.FindByExtension(found, ".txt"));
-  EXPECT_EQ(found, (std::vector<std::string>{"kept", path("d/x.txt"), path("d/x.txt")}));
-  EXPECT_EQ(Find(sp, ".TXT"), (std::vector<std::string>{path("d/y.TXT"), path("d/y.TXT")}));
+  std::sort(found.begin(), found.end());
+  const std::string x = path("d/x.txt"), dangling = path("d/dangling.txt");
+  EXPECT_EQ(found, (Paths{dangling, dangling, x, x, "kept"}));
+  EXPECT_EQ(Find(sp, ".TXT"), (Paths{path("d/y.TXT"), path("d/y.TXT")}));
   EXPECT_TRUE(Find(sp, "txt").empty());  // the dot belongs to the extension
   EXPECT_TRUE(Find(sp, nullptr).empty());
-  EXPECT_STREQ(sp.GetClsName(), "System.IO.SearchPath");
 }
 
-TEST_F(SearchPathTest, FilesRemovedBetweenAddAndFind) {
-  for (const char* file : {"t/z.txt", "t/a/x.txt", "t/a/keep.txt", "t/b/y.txt"})
-    writeFile(file, "");
+TEST_F(SearchPathTest, VanishedFoldersAndLinkLoopsThrow) {
+  writeFile("t/a/x.txt", "");
+  writeFile("t/b/y.txt", "");
   KTSearchPath sp;
-  sp.Add(path("t").c_str(), false);
   sp.Add(path("t/a").c_str(), false);
-  sp.Add(path("t/b/y.txt").c_str(), false);  // a file adds its folder
-  fs::remove(path("t/a/x.txt"));
-  fs::create_symlink(path("t/a/nowhere"), path("t/a/dangling.txt"));
-  const std::vector<std::string> first = {path("t/a/dangling.txt"), path("t/a/keep.txt"),
-                                          path("t/z.txt")};
-  EXPECT_EQ(Find(sp, ".txt"),
-            (std::vector<std::string>{first[0], first[1], path("t/b/y.txt"), first[2]}));
-
-  // A listed folder that has gone: an error, and what came before stays.
+  sp.Add(path("t/b").c_str(), false);
   fs::remove_all(path("t/b"));
-  const auto before = kttest::Snapshot(dir());
-  std::vector<std::string> found;
+  // What came before the failing folder stays.
+  Paths found;
   EXPECT_THROW(sp.FindByExtension(found, ".txt"), fs::filesystem_error);
-  std::sort(found.begin(), found.end());
-  EXPECT_EQ(found, first);
-  EXPECT_EQ(kttest::Snapshot(dir()), before);
-}
+  EXPECT_EQ(found, Paths{path("t/a/x.txt")});
 
-TEST_F(SearchPathTest, SymbolicLinkCyclesEndInAnError) {
   fs::create_directories(path("dircycle/a"));
   fs::create_symlink("..", path("dircycle/a/up"));  // a folder that contains itself
   fs::create_directories(path("selfcycle"));
   fs::create_symlink("self", path("selfcycle/self"));  // a link that resolves to itself
-  const auto before = kttest::Snapshot(dir());
   // There is no cycle guard: the walk ends when the system refuses to
   // resolve the path any further.
   for (const char* tree : {"dircycle", "selfcycle"}) {
     SCOPED_TRACE(tree);
-    KTSearchPath sp;
-    EXPECT_THROW(sp.Add(path(tree).c_str(), true), fs::filesystem_error);
+    KTSearchPath loop;
+    EXPECT_THROW(loop.Add(path(tree).c_str(), true), fs::filesystem_error);
   }
   KTSearchPath flat;
   flat.Add(path("selfcycle").c_str(), false);
-  std::vector<std::string> found;
   EXPECT_THROW(flat.FindByExtension(found, ".txt"), fs::filesystem_error);
-  EXPECT_EQ(kttest::Snapshot(dir()), before);
 }
 
 }  // namespace

@@ -22,15 +22,15 @@ class RecordingSearchPath : public KTSearchPath {
   Paths visited;
 };
 
-class SearchPathTest : public kttest::TempDirTest {
- protected:
-  Paths Find(KTSearchPath& sp, const char* ext) {
-    Paths found;
-    EXPECT_TRUE(sp.FindByExtension(found, ext));
-    std::sort(found.begin(), found.end());
-    return found;
-  }
-};
+using SearchPathTest = kttest::TempDirTest;
+
+// The matches, sorted: the listing order is the file system's.
+Paths Find(KTSearchPath& sp, const char* ext) {
+  Paths found;
+  EXPECT_TRUE(sp.FindByExtension(found, ext));
+  std::sort(found.begin(), found.end());
+  return found;
+}
 
 TEST_F(SearchPathTest, RecursiveAddIsDepthFirstAndReachesEveryFolder) {
   writeFile("d/a/b/x.txt", "");

@@ -17,16 +17,20 @@ std::unique_ptr<ktbasesystem> System(std::string program) {
   return std::make_unique<ktbasesystem>(false, 1, argv);
 }
 
-TEST(PackageRootTest, IsFourLevelsAboveTheProgram) {
-  kttest::LogCapture log;
-  const struct {
-    const char* program;
-    const char* root;
-  } cases[] = {{"/opt/pkg/x/y/z/app", "/opt/pkg"}, {"app", ""}, {"a/b/app", ""}};
-  for (const auto& c : cases) {
-    SCOPED_TRACE(c.program);
-    EXPECT_EQ(System(c.program)->GetPackageRoot(), c.root);
+// Both lookups go through the interface, so overrides are honoured.
+struct Relocated : ktbasesystem {
+  Relocated() : ktbasesystem(false, 0, nullptr) {}
+  void GetApplicationArguments(std::vector<std::string>& out) const override {
+    out = {"/r/a/b/c/d/app"};
   }
+  std::string GetPackageRoot() override { return ktbasesystem::GetPackageRoot() + "/x"; }
+};
+
+TEST(PackageRootTest, IsFourLevelsAboveTheProgramOrEmpty) {
+  kttest::LogCapture log;
+  EXPECT_EQ(Relocated().GetPackageRoot(), "/r/a/x");
+  EXPECT_EQ(Relocated().GetToolPath("bin", "t"), "/r/a/x/bin/linux_intel.release/t");
+  EXPECT_EQ(System("a/b/app")->GetPackageRoot(), "");  // fewer levels: nothing is left
   EXPECT_EQ(ktbasesystem(false, 0, nullptr).GetPackageRoot(), "");
   EXPECT_EQ(System("app")->GetToolPath("bin", "tool"), "bin/linux_intel.release/tool");
 }
@@ -54,33 +58,12 @@ TEST_F(ToolPathTest, MissingToolIsLoggedOncePerCallAndStillReturned) {
     EXPECT_EQ(log.records()[0].level, 2);
     EXPECT_EQ(log.records()[0].text, "Cannot find: " + c.expected + "\n");
   }
-}
 
-TEST_F(ToolPathTest, FailingStatusQueryThrowsWithoutLogging) {
-  writeFile("pkg/x/y/z/app", "");
-  boost::filesystem::create_symlink(path("pkg/loop"), path("pkg/loop"));  // ELOOP, not a miss
+  // A status query that fails otherwise (here ELOOP) throws, unlogged.
+  boost::filesystem::create_symlink(path("pkg/loop"), path("pkg/loop"));
   kttest::LogCapture log;
-  EXPECT_THROW(System(path("pkg/x/y/z/app"))->GetToolPath("loop", "tool"),
-               boost::filesystem::filesystem_error);
+  EXPECT_THROW(system->GetToolPath("loop", "tool"), boost::filesystem::filesystem_error);
   EXPECT_TRUE(log.records().empty());
-}
-
-// Both lookups go through the interface, so overrides are honoured.
-struct Relocated : ktbasesystem {
-  Relocated() : ktbasesystem(false, 0, nullptr) {}
-  void GetApplicationArguments(std::vector<std::string>& out) const override {
-    out = {"/r/a/b/c/d/app"};
-  }
-};
-struct Rooted : ktbasesystem {
-  Rooted() : ktbasesystem(false, 0, nullptr) {}
-  std::string GetPackageRoot() override { return "/elsewhere"; }
-};
-
-TEST(PackageRootTest, LookupsUseTheVirtualInterface) {
-  kttest::LogCapture log;
-  EXPECT_EQ(Relocated().GetPackageRoot(), "/r/a");
-  EXPECT_EQ(Rooted().GetToolPath("bin", "t"), "/elsewhere/bin/linux_intel.release/t");
 }
 
 }  // namespace

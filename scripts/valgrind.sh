@@ -6,7 +6,7 @@
 #   scripts/valgrind.sh [ctest arguments...]
 # Logs: build/default/Testing/Temporary/MemoryChecker.<test number>.log
 #
-# Child processes are not followed: the fault tests' probe program, which
+# Child processes are not followed: the install-folder test's probe program, which
 # loads a copy of the library in a process of its own, runs natively.
 set -euo pipefail
 cd "$(dirname "$0")/.."

@@ -1,4 +1,4 @@
-// Construction, configuration, dump and the destructor's save.
+// Construction, configuration and the destructor's save.
 #include <ktbase/ktappdatapath.h>
 #include <ktbase/ktpaths.h>
 
@@ -29,20 +29,13 @@ TEST_F(PrefsTest, FreshManagerHasDefaultFilesAndTokens) {
   EXPECT_EQ(Peer::tokens(*prefs), expected);
 }
 
-TEST_F(PrefsTest, ConstructionReadsNoFile) {
+TEST_F(PrefsTest, CreatedManagerReadsNoFile) {
   writeFile("tmp/Norvex/Tessel/user.prefs", "k=v\n");
-  CKTPrefManager other;
-  EXPECT_TRUE(Peer::map(other, kUser).empty());
-  other.Writable(false);
-}
-
-TEST_F(PrefsTest, CreateReturnsAManagerOwnedByTheCaller) {
-  IKTPrefManager* created = IKTPrefManager::Create();
-  ASSERT_NE(dynamic_cast<CKTPrefManager*>(created), nullptr);
-  created->Init();
-  created->Term();
+  std::unique_ptr<IKTPrefManager> created(IKTPrefManager::Create());
+  auto* manager = dynamic_cast<CKTPrefManager*>(created.get());
+  ASSERT_NE(manager, nullptr);
+  EXPECT_TRUE(Peer::map(*manager, kUser).empty());
   created->Writable(false);
-  delete created;
 }
 
 // Every Configure compares with the user file, whatever the scope.
@@ -77,17 +70,7 @@ TEST_F(PrefsTest, ConfigureComparesWithTheUserFile) {
   EXPECT_FALSE(Peer::loaded(*prefs, kUser));
 }
 
-TEST_F(PrefsTest, PrintDumpsRawScopesInKeyOrder) {
-  prefs->SetPref("b", std::string("2"), kUser);
-  prefs->SetPref("a", std::string("1"), kUser);
-  prefs->SetPref("p.Path", std::string("<ROOT_DIR>"), kSite);
-  kttest::CoutCapture out;
-  prefs->Print();
-  EXPECT_EQ(out.str(),
-            "m_prefMapUser\na 1\nb 2\nm_prefMapProject\nm_prefMapSite\np.Path <ROOT_DIR>\n");
-}
-
-TEST_F(PrefsTest, DestructorSavesTheUserScopeOnly) {
+TEST_F(PrefsTest, DestructorSavesTheUserScopeUnlessReadOnly) {
   useTestFiles();
   prefs->SetPref("u", std::string("1"), kUser);
   prefs->SetPref("p", std::string("2"), kProject);
@@ -96,12 +79,11 @@ TEST_F(PrefsTest, DestructorSavesTheUserScopeOnly) {
   EXPECT_EQ(readFile(path("u.prefs")), std::optional<std::string>("u=1\n"));
   EXPECT_FALSE(fs::exists(path("p.prefs")));
   EXPECT_FALSE(fs::exists(path("s.prefs")));
-}
 
-TEST_F(PrefsTest, DestructorWritesNothingWhenReadOnly) {
+  prefs.reset(new CKTPrefManager());
+  prefs->Configure(path("r.prefs"), kUser);
   prefs->SetPref("u", std::string("1"), kUser);
-  const std::string user = file(kUser);
   prefs->Writable(false);
   prefs.reset();
-  EXPECT_FALSE(fs::exists(user));
+  EXPECT_FALSE(fs::exists(path("r.prefs")));
 }

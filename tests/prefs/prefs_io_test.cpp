@@ -2,6 +2,7 @@
 // failures a file system can give. The line format itself is checked by the
 // replay of fuzz/corpus/fuzz_prefs_file against the fuzz target's model.
 #include <boost/filesystem.hpp>
+#include <cerrno>
 
 #include "prefs_fixture.h"
 
@@ -10,8 +11,10 @@ namespace fs = boost::filesystem;
 TEST_F(PrefsTest, LoadMarksTheScopeLoadedAndKeepsLaterChanges) {
   useTestFiles();
   writeFile("u.prefs", "a=1\n");
+  errno = EINTR;  // left by an earlier call of the caller's: the end of file still ends the read
   EXPECT_TRUE(prefs->LoadFromDisk(kUser));
   EXPECT_TRUE(Peer::loaded(*prefs, kUser));
+  EXPECT_EQ(map(kUser), (PrefMap{{"a", "1"}}));
   prefs->SetPref("a", std::string("2"), kUser);
   writeFile("u.prefs", "a=3\n");
   EXPECT_TRUE(prefs->LoadFromDisk(kUser));  // reads nothing

@@ -68,6 +68,8 @@ TEST_F(PrefsTest, ConfigureComparesWithTheUserFile) {
   EXPECT_EQ(file(kProject), "");
   EXPECT_EQ(file(kSite), "/b/s.prefs");
   EXPECT_FALSE(Peer::loaded(*prefs, kUser));
+  prefs->Configure("/c/u.prefs", "/c/p.prefs", "/c/s.prefs");
+  EXPECT_EQ(file(kProject), "/c/p.prefs");
 }
 
 TEST_F(PrefsTest, DestructorSavesTheUserScopeUnlessReadOnly) {

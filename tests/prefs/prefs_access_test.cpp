@@ -146,6 +146,15 @@ TEST_F(PrefsTest, OnlyFoundPathValuesExpand) {
   EXPECT_EQ(prefs->GetPref("Temp", std::string(), v, false), KTGetRootDir() + "/t");
   EXPECT_EQ(prefs->GetPref("No.Path", std::string("<ROOT_DIR>"), v, false), "<ROOT_DIR>");
   EXPECT_EQ(text(map(kProject), "Temp"), "<ROOT_DIR>/t");
+  // The internal lookup keeps `value` on a miss, yet expands it either way.
+  v = "<ROOT_DIR>";
+  EXPECT_FALSE(Peer::internal(*prefs, "Temp", v, true));
+  EXPECT_EQ(v, KTGetRootDir());
+  EXPECT_TRUE(Peer::internal(*prefs, "Temp", v, false));
+  EXPECT_EQ(v, KTGetRootDir() + "/t");
+  v = "<ROOT_DIR>";
+  EXPECT_FALSE(Peer::internal(*prefs, "Long.Key", v, false));
+  EXPECT_EQ(v, "<ROOT_DIR>");
 }
 
 // A replacement containing its own token is expanded once per occurrence.

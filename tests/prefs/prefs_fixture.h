@@ -33,6 +33,9 @@ class CKTPrefManagerPeer {
   }
   static const PrefMap& tokens(CKTPrefManager& m) { return m.m_prefPathTokens; }
   static bool writable(CKTPrefManager& m) { return m.m_writable; }
+  static bool internal(CKTPrefManager& m, const std::string& key, std::string& value, bool site) {
+    return m.GetInternalPref(key, value, site);
+  }
 };
 
 constexpr auto kUser = IKTPrefManager::ePrefUser;

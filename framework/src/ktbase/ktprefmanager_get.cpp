@@ -5,19 +5,19 @@
 // and copy it only where it is returned as text or must be expanded; numbers
 // of a plain decimal form are converted directly, everything else goes
 // through a default-formatted std::istringstream exactly as the contract
-// says. The direct conversions give what the stream gives (see
-// ParsePlainInt and ParsePlainFloat).
+// says. The direct conversions give what the stream gives (see ParsePlain).
 //
 // Numbers are read in the classic format whatever global locale the host
 // installs: a file shared by machines in different locales must mean the
 // same on each.
 #include <ktbase/ktprefmanager.h>
 
-#include <cfloat>
-#include <climits>
+#include <charconv>
+#include <cmath>
 #include <cstring>
 #include <locale>
 #include <sstream>
+#include <type_traits>
 
 #include "ktprefmanager_search.h"
 
@@ -91,11 +91,6 @@ struct Scopes {
   }
 };
 
-// The classic locale's white space, which the stream skips before a number.
-bool IsClassicSpace(char c) { return c == ' ' || (c >= '\t' && c <= '\r'); }
-
-bool IsDigit(char c) { return static_cast<unsigned char>(c - '0') < 10; }
-
 // Unchecked stream extraction, the reference for every number read: "12px"
 // gives 12, "abc" 0, an out-of-range int its limit, an out-of-range float
 // +-FLT_MAX; text without any number gives 0.
@@ -108,110 +103,29 @@ T ExtractNumber(const std::string& text) {
   return number;
 }
 
-// What `stream >> int` stores, for texts of the form: classic white space,
-// an optional sign, 1 to 18 decimal digits, then anything but a digit. The
-// stream reads a long (18 digits cannot overflow it) and clamps it to the
-// int's range. Any other text returns false and is left to the stream.
-bool ParsePlainInt(const std::string& text, int& number) {
-  const char* p = text.data();
-  const char* const end = p + text.size();
-  while (p != end && IsClassicSpace(*p)) ++p;
-  bool negative = false;
-  if (p != end && (*p == '-' || *p == '+')) negative = *p++ == '-';
-  const char* const digits = p;
-  long long magnitude = 0;
-  while (p != end && IsDigit(*p)) {
-    if (p - digits == 18) return false;
-    magnitude = magnitude * 10 + (*p++ - '0');
+// What `stream >> number` stores, for a text that starts with a number
+// std::from_chars reads: it reads the same decimal forms and rounds a float
+// the same way (correctly, as the stream's strtof does). Everything it
+// refuses is left to the stream (false): leading white space, a '+', values
+// out of range, and, for a float, "inf" and "nan" (the stream reads neither)
+// and an exponent mark it stops at ("1e" gives 0 from the stream). The byte
+// after the number is always readable: a std::string ends in a zero byte.
+template <typename T>
+bool ParsePlain(const std::string& text, T& number) {
+  const char* const end = text.data() + text.size();
+  const auto [next, error] = std::from_chars(text.data(), end, number);
+  if (error != std::errc()) return false;
+  if constexpr (std::is_floating_point_v<T>) {
+    return std::isfinite(number) && (*next | 0x20) != 'e';  // 'e' or 'E'
   }
-  if (p == digits) return false;
-  const long long signedValue = negative ? -magnitude : magnitude;
-  number = signedValue > INT_MAX   ? INT_MAX
-           : signedValue < INT_MIN ? INT_MIN
-                                   : static_cast<int>(signedValue);
   return true;
 }
 
-// The stream converts the characters it collects with a correctly rounded
-// strtof. A significand below 2^24 and a power of ten up to 10^10 are both
-// exact floats, so one float multiplication or division rounds the exact
-// decimal value once, to the same float (Clinger's fast path). That needs
-// float arithmetic without excess precision.
-static_assert(FLT_EVAL_METHOD == 0, "float operations must round to float");
-constexpr float kPowersOfTen[] = {1e0f, 1e1f, 1e2f, 1e3f, 1e4f, 1e5f,
-                                  1e6f, 1e7f, 1e8f, 1e9f, 1e10f};
-constexpr int kMaxPowerOfTen = 10;
-constexpr unsigned long long kMaxExactSignificand = 1ull << 24;
-// Longer digit runs (leading or trailing zeros) are left to the stream; this
-// also keeps the scale count far from overflow.
-constexpr int kMaxPlainDigits = 64;
-
-// What `stream >> float` stores, for texts of the form: classic white space,
-// an optional sign, decimal digits with at most one '.', at least one digit,
-// optionally 'e' or 'E', an optional sign and 1 to 3 digits, then anything
-// that cannot continue the number (the stream stops there too). Returns false,
-// leaving the text to the stream, for anything else ("1e", "inf", "0x1p3")
-// and for values outside the exact range above.
-bool ParsePlainFloat(const std::string& text, float& number) {
-  const char* p = text.data();
-  const char* const end = p + text.size();
-  while (p != end && IsClassicSpace(*p)) ++p;
-  bool negative = false;
-  if (p != end && (*p == '-' || *p == '+')) negative = *p++ == '-';
-
-  unsigned long long significand = 0;
-  int significantDigits = 0;  // digits after the leading zeros
-  int digits = 0;
-  int scale = 0;  // power of ten of the last digit read
-  bool point = false;
-  for (; p != end; ++p) {
-    if (IsDigit(*p)) {
-      if (++digits > kMaxPlainDigits) return false;
-      if (significand != 0 || *p != '0') {
-        if (++significantDigits > 19) return false;
-        significand = significand * 10 + static_cast<unsigned>(*p - '0');
-      }
-      if (point) --scale;
-    } else if (*p == '.' && !point) {
-      point = true;
-    } else {
-      break;
-    }
-  }
-  if (digits == 0) return false;
-  if (p != end && (*p == 'e' || *p == 'E')) {
-    ++p;
-    bool negativeExponent = false;
-    if (p != end && (*p == '-' || *p == '+')) negativeExponent = *p++ == '-';
-    int exponent = 0;
-    const char* const exponentDigits = p;
-    while (p != end && IsDigit(*p)) {
-      if (p - exponentDigits == 3) return false;
-      exponent = exponent * 10 + (*p++ - '0');
-    }
-    if (p == exponentDigits) return false;  // "1e", "1e+": the stream gives 0
-    scale += negativeExponent ? -exponent : exponent;
-  }
-  if (significand > kMaxExactSignificand) return false;
-  float value = static_cast<float>(significand);
-  if (significand != 0) {
-    if (scale < -kMaxPowerOfTen || scale > kMaxPowerOfTen) return false;
-    value = scale < 0 ? value / kPowersOfTen[-scale] : value * kPowersOfTen[scale];
-  }
-  number = negative ? -value : value;
-  return true;
-}
-
-int ConvertInt(const std::string& text) {
-  int number = 0;
-  if (ParsePlainInt(text, number)) return number;
-  return ExtractNumber<int>(text);
-}
-
-float ConvertFloat(const std::string& text) {
-  float number = 0.0f;
-  if (ParsePlainFloat(text, number)) return number;
-  return ExtractNumber<float>(text);
+template <typename T>
+T ConvertNumber(const std::string& text) {
+  T number = T();
+  if (ParsePlain(text, number)) return number;
+  return ExtractNumber<T>(text);
 }
 
 }  // namespace
@@ -263,7 +177,7 @@ int CKTPrefManager::GetPref(const std::string& key, int defaultValue, int& value
   const std::string* text =
       Scopes{m_prefMapUser, m_prefMapProject, m_prefMapSite, m_prefPathTokens}.Text(key, siteOnly,
                                                                                     expanded);
-  value = text != nullptr && !text->empty() ? ConvertInt(*text) : defaultValue;
+  value = text != nullptr && !text->empty() ? ConvertNumber<int>(*text) : defaultValue;
   return value;
 }
 
@@ -273,7 +187,7 @@ float CKTPrefManager::GetPref(const std::string& key, float defaultValue, float&
   const std::string* text =
       Scopes{m_prefMapUser, m_prefMapProject, m_prefMapSite, m_prefPathTokens}.Text(key, siteOnly,
                                                                                     expanded);
-  value = text != nullptr && !text->empty() ? ConvertFloat(*text) : defaultValue;
+  value = text != nullptr && !text->empty() ? ConvertNumber<float>(*text) : defaultValue;
   return value;
 }
 

@@ -162,12 +162,8 @@ TEST_F(ProductTest, PrefsReadingCommandsShowWhatProgramsSeeAndWriteNothing) {
     int status;
   } cases[] = {
       {{"get", "Color"}, "red\n", 0},
-      {{"get", "Color", "--site-only"}, "blue\n", 0},
-      {{"get", "Render.Threads", "--type", "int"}, "4\n", 0},
-      {{"get", "Flag", "--type", "bool"}, "true\n", 0},
       {{"get", "Search", "--type", "list", "--separator", ";"}, "a\nb\n\nc\n", 0},
       {{"get", "Cache.Path"}, BUILD_ROOT "/cache\n", 0},
-      {{"get", "Missing", "--type", "int", "--default", "7"}, "7\n", 0},
       {{"get", "Missing"}, "", 1},
       {{"list", "--scope", "user"}, "[user] " + user + "\nColor=red\nFlag=1\n", 0},
       {{"list", "--scope", "project"}, "[project] no file (use --project FILE)\n", 0},

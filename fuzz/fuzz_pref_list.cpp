@@ -77,14 +77,15 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   m->SetPref(key, values, sep, type);
 
   const std::string joined = Join(values, sep);
-  const PrefMap& tokens = CKTPrefManagerPeer::Tokens(*m);
+  const PrefMap& tokens = CKTPrefManagerPeer::tokens(*m);
   const std::vector<std::string> defaults{"default"};
   if (scope == 3) {  // no scope: nothing stored anywhere
-    for (int s = 0; s < 3; ++s) FUZZ_CHECK(CKTPrefManagerPeer::Scope(*m, s).empty());
+    for (int s = 0; s < 3; ++s)
+      FUZZ_CHECK(CKTPrefManagerPeer::map(*m, static_cast<IKTPrefManager::EPrefType>(s)).empty());
     FUZZ_CHECK(Got(*m, key, sep, false) == defaults);
     return 0;
   }
-  const PrefMap& map = CKTPrefManagerPeer::Scope(*m, scope);
+  const PrefMap& map = CKTPrefManagerPeer::map(*m, type);
   if (values.empty()) {  // nothing stored, a previous entry kept
     FUZZ_CHECK(prior ? map.at(key) == "prior" : map.empty());
     if (!prior) FUZZ_CHECK(Got(*m, key, sep, false) == defaults);
@@ -126,7 +127,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     auto again = NewManager();
     again->Writable(false);
     FUZZ_CHECK(again->LoadFromDisk(type));
-    FUZZ_CHECK(CKTPrefManagerPeer::Scope(*again, scope) == map);
+    FUZZ_CHECK(CKTPrefManagerPeer::map(*again, type) == map);
     FUZZ_CHECK(SplitsInto(Got(*again, key, sep, false), expanded, sep));
   }
 
@@ -137,7 +138,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   m->SetPref("Fuzz.Float", real, type);
   std::ostringstream formatted;
   formatted << real;
-  FUZZ_CHECK(CKTPrefManagerPeer::Scope(*m, scope).at("Fuzz.Float") == formatted.str());
+  FUZZ_CHECK(CKTPrefManagerPeer::map(*m, type).at("Fuzz.Float") == formatted.str());
   m->SetPref("Fuzz.Bool", number % 2 == 0, type);
   FUZZ_CHECK(m->IsPref("Fuzz.Bool", number % 2 != 0, false) == (number % 2 == 0));
   m->Writable(false);

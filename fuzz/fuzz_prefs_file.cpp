@@ -174,8 +174,8 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   static const bool linked =
       (ktfuzz::WriteBytes(userFile, "", 0), ::link(userFile.c_str(), siteFile.c_str()) == 0);
   FUZZ_CHECK(linked);
-  const PrefMap& user = Peer::Scope(m, IKTPrefManager::ePrefUser);
-  const PrefMap& site = Peer::Scope(m, IKTPrefManager::ePrefSite);
+  const PrefMap& user = Peer::map(m, IKTPrefManager::ePrefUser);
+  const PrefMap& site = Peer::map(m, IKTPrefManager::ePrefSite);
   ktfuzz::WriteBytes(userFile, data, size);
   const Model model = Parse(ReadAsLoaderDoes(data, size));
 
@@ -196,10 +196,10 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
                i < model.ignored.size() ? userFile : siteFile, "\nReason : No '=' token found\n"}));
   }
   FUZZ_CHECK(user == model.prefs && site == model.prefs);
-  FUZZ_CHECK(Peer::Scope(m, IKTPrefManager::ePrefProject).empty());
+  FUZZ_CHECK(Peer::map(m, IKTPrefManager::ePrefProject).empty());
 
   // Getters on every key, and on one key that is not there.
-  const PrefMap& tokens = Peer::Tokens(m);
+  const PrefMap& tokens = Peer::tokens(m);
   for (const auto& [key, value] : model.prefs)
     CheckGetters(m, key, Expand(key, value, tokens), &key == &model.prefs.begin()->first);
   std::string missing = "missing";
@@ -255,7 +255,8 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
 
   // Free what this input allocated: after an input that allocates more than
   // it frees, libFuzzer runs a leak check, which costs more than the input.
-  Peer::Clear(m);
+  for (int scope = 0; scope < 3; ++scope)
+    Peer::map(m, static_cast<IKTPrefManager::EPrefType>(scope)).clear();
   ktfuzz::ClearLog();  // the reload warns again when the save wrote nothing
   return 0;
 }

@@ -26,6 +26,8 @@
 #include <utility>
 #include <vector>
 
+#include "pref_peer.h"
+
 #define FUZZ_CHECK(cond)                                                                 \
   do {                                                                                   \
     if (!(cond)) {                                                                       \
@@ -33,23 +35,6 @@
       std::abort();                                                                      \
     }                                                                                    \
   } while (0)
-
-using PrefMap = std::map<std::string, std::string>;
-
-// White-box access to the maps and tokens (the class is a friend). Scopes
-// are numbered as IKTPrefManager::EPrefType.
-class CKTPrefManagerPeer {
- public:
-  static const PrefMap& Scope(const CKTPrefManager& m, int scope) {
-    return scope == 0 ? m.m_prefMapUser : scope == 1 ? m.m_prefMapProject : m.m_prefMapSite;
-  }
-  static const PrefMap& Tokens(const CKTPrefManager& m) { return m.m_prefPathTokens; }
-  static void Clear(CKTPrefManager& m) {
-    m.m_prefMapUser.clear();
-    m.m_prefMapProject.clear();
-    m.m_prefMapSite.clear();
-  }
-};
 
 namespace ktfuzz {
 

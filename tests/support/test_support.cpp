@@ -3,7 +3,6 @@
 #include <boost/filesystem.hpp>
 #include <cstdlib>
 #include <fstream>
-#include <iostream>
 #include <iterator>
 
 namespace fs = boost::filesystem;
@@ -96,16 +95,5 @@ std::map<std::string, std::string> Snapshot(const std::string& root) {
   }
   return entries;
 }
-
-CoutCapture::CoutCapture() : m_stream(new std::ostringstream) {
-  m_previous = std::cout.rdbuf(m_stream->rdbuf());
-}
-
-CoutCapture::~CoutCapture() {
-  std::cout.rdbuf(m_previous);
-  delete m_stream;
-}
-
-std::string CoutCapture::str() const { return m_stream->str(); }
 
 }  // namespace kttest

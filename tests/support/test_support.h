@@ -3,12 +3,10 @@
 #define KTBASE_TESTS_TEST_SUPPORT_H
 
 #include <gtest/gtest.h>
-
 #include <logmanager/log.h>
 
 #include <map>
 #include <optional>
-#include <sstream>
 #include <string>
 #include <utility>
 #include <vector>
@@ -45,7 +43,6 @@ class LogCapture {
   LogCapture& operator=(const LogCapture&) = delete;
 
   const std::vector<LogRecord>& records() const { return m_records; }
-  void clear() { m_records.clear(); }
 
  private:
   std::vector<LogRecord> m_records;
@@ -65,8 +62,7 @@ class TempDirTest : public ::testing::Test {
   // dir()/relative
   std::string path(const std::string& relative) const;
   // Writes `content` (binary-exact) to dir()/relative, creating folders.
-  std::string writeFile(const std::string& relative,
-                        const std::string& content) const;
+  std::string writeFile(const std::string& relative, const std::string& content) const;
   // Reads a whole file binary-exact; std::nullopt when it cannot be opened.
   static std::optional<std::string> readFile(const std::string& path);
 
@@ -79,18 +75,6 @@ class TempDirTest : public ::testing::Test {
 // "link:<target>" or "file:<content>". Comparing two snapshots shows that
 // nothing was written, removed or changed in the tree.
 std::map<std::string, std::string> Snapshot(const std::string& root);
-
-// Captures what is written to std::cout while it lives.
-class CoutCapture {
- public:
-  CoutCapture();
-  ~CoutCapture();
-  std::string str() const;
-
- private:
-  std::streambuf* m_previous;
-  std::ostringstream* m_stream;
-};
 
 }  // namespace kttest
 

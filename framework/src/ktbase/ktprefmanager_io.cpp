@@ -40,27 +40,23 @@ std::size_t ChunkLength(const char* data, std::size_t size) {
 std::string ReadPrefFile(const std::string& path) {
   std::string text;
   const int file = ::open(path.c_str(), O_RDONLY | O_CLOEXEC);
-  if (file < 0) return text;
+  if (file == -1) return text;
+  // Room for the whole file and one byte more, so that one read sees its
+  // end; a size that cannot be known (0 for a device or a failed fstat)
+  // starts at one byte, and a full buffer doubles.
   struct stat info {};
-  std::size_t capacity = 4096;
-  if (::fstat(file, &info) == 0 && S_ISREG(info.st_mode) && info.st_size > 0)
-    capacity = static_cast<std::size_t>(info.st_size) + 1;  // + 1 sees the end at once
+  ::fstat(file, &info);
+  text.resize(static_cast<std::size_t>(info.st_size) + 1);
   std::size_t size = 0;
-  bool failed = false;
-  for (;;) {
-    if (size == text.size()) text.resize(size < capacity ? capacity : 2 * size);
-    const ssize_t got = ::read(file, &text[size], text.size() - size);
-    if (got > 0) {
-      size += static_cast<std::size_t>(got);
-    } else if (got < 0 && errno == EINTR) {
-      continue;
-    } else {
-      failed = got < 0;
-      break;
-    }
-  }
+  ssize_t got;
+  do {
+    if (size == text.size()) text.resize(2 * size);
+    got = ::read(file, &text[size], text.size() - size);
+    if (got > 0) size += static_cast<std::size_t>(got);
+  } while (got > 0 || (got < 0 && errno == EINTR));
   ::close(file);
   text.resize(size);
+  const bool failed = got < 0;
 
   if (failed) {
     // A directory, or an error part way: what was read so far is still parsed.

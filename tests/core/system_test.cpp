@@ -163,7 +163,7 @@ TEST_F(SystemTest, ComponentsBelongToTheCaller) {
   EXPECT_TRUE(g_events.empty());  // no Init, not destroyed by the system
 }
 
-TEST_F(SystemTest, NamedObjectsAreBorrowedAndNullNamesNeverFound) {
+TEST_F(SystemTest, NamedObjectsAreBorrowed) {
   Destroyable p("p"), q("q");
   EXPECT_EQ(m_system->GetNamedObject("n"), nullptr);
   m_system->SetNamedObject("n", &p);
@@ -174,14 +174,6 @@ TEST_F(SystemTest, NamedObjectsAreBorrowedAndNullNamesNeverFound) {
   m_system->RemoveNamedObject("unknown");
   EXPECT_EQ(m_system->GetNamedObject("n"), nullptr);
   m_system->SetNamedObject("kept", &p);
-
-  m_system->RegisterSingleton(nullptr, (Make<Service, 'a'>));
-  m_system->RegisterComponent(nullptr, (Make<Service, 'a'>));
-  m_system->SetNamedObject(nullptr, &p);
-  m_system->RemoveNamedObject(nullptr);
-  EXPECT_EQ(m_system->GetSingleton(nullptr), nullptr);
-  EXPECT_EQ(m_system->CreateComponent(nullptr), nullptr);
-  EXPECT_EQ(m_system->GetNamedObject(nullptr), nullptr);
   Shutdown();
   EXPECT_TRUE(g_events.empty());
 }

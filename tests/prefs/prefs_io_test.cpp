@@ -1,6 +1,8 @@
 // Loading and saving: scope flags, which files a save touches, and the
 // failures a file system can give. The line format itself is checked by the
 // replay of fuzz/corpus/fuzz_prefs_file against the fuzz target's model.
+#include <unistd.h>
+
 #include <boost/filesystem.hpp>
 #include <cerrno>
 
@@ -25,6 +27,20 @@ TEST_F(PrefsTest, LoadMarksTheScopeLoadedAndKeepsLaterChanges) {
   writeFile("other.prefs", "b=4\n");
   EXPECT_TRUE(prefs->LoadFromDisk(kUser));
   EXPECT_EQ(map(kUser), (PrefMap{{"b", "4"}}));
+}
+
+// A file whose size is not known in advance (a pipe) is still read to its end.
+TEST_F(PrefsTest, UnsizedFileIsReadToTheEnd) {
+  int ends[2];
+  ASSERT_EQ(::pipe(ends), 0);
+  const std::string text = "a=1\nb=" + std::string(100, 'x') + "\n";
+  ASSERT_EQ(::write(ends[1], text.data(), text.size()), static_cast<ssize_t>(text.size()));
+  ::close(ends[1]);
+  prefs->Configure("/dev/fd/" + std::to_string(ends[0]), kUser);
+  EXPECT_TRUE(prefs->LoadFromDisk(kUser));
+  ::close(ends[0]);
+  EXPECT_EQ(map(kUser), (PrefMap{{"a", "1"}, {"b", std::string(100, 'x')}}));
+  prefs->Writable(false);
 }
 
 TEST_F(PrefsTest, MissingFileEmptiesTheScope) {

@@ -56,17 +56,14 @@ std::string ReadPrefFile(const std::string& path) {
   } while (got > 0 || (got < 0 && errno == EINTR));
   ::close(file);
   text.resize(size);
-  const bool failed = got < 0;
 
-  if (failed) {
-    // A directory, or an error part way: what was read so far is still parsed.
-    std::size_t start = 0;
-    std::size_t length = 0;
-    for (std::size_t at = 0; at < size; at += length) {
-      start = at;
-      length = ChunkLength(text.data() + at, size - at);
-    }
-    if (length != 0 && length < kChunk && text[start + length - 1] != '\n') text.resize(start);
+  if (got < 0) {
+    // A directory, or an error part way: what was read so far is still
+    // parsed, less the chunk in progress. Chunks restart after each line
+    // feed and hold kChunk bytes, so that chunk is what the last line has
+    // beyond a multiple of kChunk (nothing when the text ends in a line feed).
+    const std::size_t lastLine = text.rfind('\n') + 1;  // npos + 1 == 0
+    text.resize(size - (size - lastLine) % kChunk);
     Log::Singleton::Instance()->Stream(2)
         << "Error: reading preferences from [" << path << "]" << std::endl;
   }

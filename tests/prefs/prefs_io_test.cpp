@@ -61,6 +61,9 @@ TEST_F(PrefsTest, SaveAllWritesEachScopeWithAFile) {
   EXPECT_FALSE(prefs->SaveToDisk(kAll));
   EXPECT_EQ(readFile(file(kUser)), std::optional<std::string>("u=<ROOT_DIR>/x\n"));
   EXPECT_EQ(readFile(path("s.prefs")), std::optional<std::string>("s=3\n"));
+  prefs->Configure(path("p.prefs"), kProject);
+  EXPECT_FALSE(prefs->SaveToDisk(kProject));
+  EXPECT_EQ(readFile(path("p.prefs")), std::optional<std::string>("p=2\n"));
 
   // Tokens stay literal through save and load.
   prefs->SetPref("u", std::string("changed"), kUser);

@@ -20,8 +20,6 @@ TEST(ConnectionTest, BlocksWhileConnectedAndNeverDisconnectsByItself) {
   // Destroyed through either face, a wrapper leaves the slot connected.
   qrn::IBase* asBase = new ktconnection(handle);
   qrn::signalling::IConnection* asConnection = new ktconnection(handle);
-  EXPECT_STREQ(asBase->GetClsName(), "System.Signals.Connection");
-  EXPECT_STREQ(dynamic_cast<qrn::IBase*>(asConnection)->GetClsName(), "System.Signals.Connection");
   delete asBase;
   delete asConnection;
   EXPECT_EQ(emit(), 1);
@@ -34,12 +32,6 @@ TEST(ConnectionTest, BlocksWhileConnectedAndNeverDisconnectsByItself) {
   EXPECT_TRUE(connection.Blocked());
   EXPECT_FALSE(other.Blocked());
   EXPECT_EQ(emit(), 1);
-  connection.Block(false);
-  EXPECT_FALSE(connection.Blocked());
-  connection.Block(true);
-  connection.Unblock();
-  EXPECT_FALSE(connection.Blocked());
-  EXPECT_EQ(emit(), 2);
 
   // Disconnected (for every handle) or empty: blocked, whatever is asked.
   ktconnection empty{boost::signals2::connection()};

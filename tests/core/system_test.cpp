@@ -163,21 +163,6 @@ TEST_F(SystemTest, ComponentsBelongToTheCaller) {
   EXPECT_TRUE(g_events.empty());  // no Init, not destroyed by the system
 }
 
-TEST_F(SystemTest, NamedObjectsAreBorrowed) {
-  Destroyable p("p"), q("q");
-  EXPECT_EQ(m_system->GetNamedObject("n"), nullptr);
-  m_system->SetNamedObject("n", &p);
-  m_system->SetNamedObject("n", &q);
-  EXPECT_EQ(m_system->GetNamedObject("n"), &q);
-  EXPECT_EQ(m_system->GetNamedObject("N"), nullptr);
-  m_system->RemoveNamedObject("n");
-  m_system->RemoveNamedObject("unknown");
-  EXPECT_EQ(m_system->GetNamedObject("n"), nullptr);
-  m_system->SetNamedObject("kept", &p);
-  Shutdown();
-  EXPECT_TRUE(g_events.empty());
-}
-
 void First() { Record("first"); }
 void Second() {
   Record("second");

@@ -121,13 +121,6 @@ TEST_F(PrefsTest, TypedSettersFormatText) {
   EXPECT_EQ(buffer, std::string("a\0b#", 4));
 }
 
-TEST_F(PrefsTest, SettersIgnoreAllScopes) {
-  prefs->SetPref("s", std::string("x"), kAll);
-  prefs->SetPref("i", 1, kAll);
-  prefs->SetPref("l", Strings{"a"}, ',', kAll);
-  for (auto t : {kUser, kProject, kSite}) EXPECT_TRUE(map(t).empty());
-}
-
 TEST_F(PrefsTest, ListSetterJoins) {
   prefs->SetPref("l", Strings{"a", "b", "c"}, ';', kUser);
   EXPECT_EQ(text(map(kUser), "l"), "a;b;c");

@@ -43,16 +43,6 @@ TEST_F(PrefsTest, UnsizedFileIsReadToTheEnd) {
   prefs->Writable(false);
 }
 
-TEST_F(PrefsTest, MissingFileEmptiesTheScope) {
-  useTestFiles();
-  prefs->SetPref("old", std::string("1"), kProject);
-  kttest::LogCapture log;
-  EXPECT_TRUE(prefs->LoadFromDisk(kProject));
-  EXPECT_TRUE(map(kProject).empty());
-  EXPECT_TRUE(Peer::loaded(*prefs, kProject));
-  EXPECT_TRUE(log.records().empty());
-}
-
 TEST_F(PrefsTest, SaveAllWritesEachScopeWithAFile) {
   prefs->Configure(path("s.prefs"), kSite);
   prefs->SetPref("u", std::string("<ROOT_DIR>/x"), kUser);

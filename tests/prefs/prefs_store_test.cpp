@@ -29,15 +29,6 @@ TEST_F(PrefsTest, FreshManagerHasDefaultFilesAndTokens) {
   EXPECT_EQ(Peer::tokens(*prefs), expected);
 }
 
-TEST_F(PrefsTest, CreatedManagerReadsNoFile) {
-  writeFile("tmp/Norvex/Tessel/user.prefs", "k=v\n");
-  std::unique_ptr<IKTPrefManager> created(IKTPrefManager::Create());
-  auto* manager = dynamic_cast<CKTPrefManager*>(created.get());
-  ASSERT_NE(manager, nullptr);
-  EXPECT_TRUE(Peer::map(*manager, kUser).empty());
-  created->Writable(false);
-}
-
 // Every Configure compares with the user file, whatever the scope.
 TEST_F(PrefsTest, ConfigureComparesWithTheUserFile) {
   prefs->Configure("/a/u.prefs", kUser);

@@ -1,5 +1,4 @@
 #include <logmanager/log.h>
-
 #include <spdlog/sinks/stdout_sinks.h>
 #include <spdlog/spdlog.h>
 
@@ -63,13 +62,11 @@ class StreamOperator final : public IStreamOperator {
     if (text != nullptr) m_text << text;
     return shared_from_this();
   }
-  std::shared_ptr<IStreamOperator> operator<<(
-      const std::string& text) override {
+  std::shared_ptr<IStreamOperator> operator<<(const std::string& text) override {
     m_text << text;
     return shared_from_this();
   }
-  std::shared_ptr<IStreamOperator> Apply(
-      std::ostream& (*manipulator)(std::ostream&)) override {
+  std::shared_ptr<IStreamOperator> Apply(std::ostream& (*manipulator)(std::ostream&)) override {
     if (manipulator != nullptr) manipulator(m_text);
     return shared_from_this();
   }
@@ -97,19 +94,18 @@ Singleton* Singleton::Instance() {
   return instance;
 }
 
-std::shared_ptr<IStreamOperator> operator<<(
-    const std::shared_ptr<IStreamOperator>& op,
-    std::ostream& (*manipulator)(std::ostream&)) {
+std::shared_ptr<IStreamOperator> operator<<(const std::shared_ptr<IStreamOperator>& op,
+                                            std::ostream& (*manipulator)(std::ostream&)) {
   return op->Apply(manipulator);
 }
 
-std::shared_ptr<IStreamOperator> operator<<(
-    const std::shared_ptr<IStreamOperator>& op, const char* text) {
+std::shared_ptr<IStreamOperator> operator<<(const std::shared_ptr<IStreamOperator>& op,
+                                            const char* text) {
   return (*op) << text;
 }
 
-std::shared_ptr<IStreamOperator> operator<<(
-    const std::shared_ptr<IStreamOperator>& op, const std::string& text) {
+std::shared_ptr<IStreamOperator> operator<<(const std::shared_ptr<IStreamOperator>& op,
+                                            const std::string& text) {
   return (*op) << text;
 }
 

@@ -7,7 +7,6 @@
 
 #include <boost/signals2/connection.hpp>
 #include <boost/signals2/shared_connection_block.hpp>
-
 #include <cstdio>
 #include <map>
 #include <string>
@@ -207,9 +206,8 @@ class Array {
 
 class KtUID {
  public:
-  KtUID(unsigned int, unsigned short, unsigned short, unsigned char, unsigned char,
-        unsigned char, unsigned char, unsigned char, unsigned char, unsigned char,
-        unsigned char);
+  KtUID(unsigned int, unsigned short, unsigned short, unsigned char, unsigned char, unsigned char,
+        unsigned char, unsigned char, unsigned char, unsigned char, unsigned char);
   KtUID(const vorn::runtime::Array<unsigned char, 16>&);
   KtUID(const char*, bool);
   static bool IsUID(const char*);

@@ -1,14 +1,12 @@
 // Drives libktbase.so through independently written declarations: a wrong
 // mangled name fails the link, a wrong slot or layout fails an assertion.
-#include "contract_decls.h"
-
 #include <gtest/gtest.h>
 
 #include <boost/signals2/signal.hpp>
-
 #include <string>
 #include <vector>
 
+#include "contract_decls.h"
 #include "test_support.h"
 
 namespace {
@@ -92,8 +90,8 @@ TEST(Contract, SystemSlotsAndShutdownOrder) {
 
   g_events.clear();
   EXPECT_TRUE(qrnExitSystem());
-  EXPECT_EQ(g_events, (std::vector<std::string>{"term a", "term b", "delete b", "delete a",
-                                                "release"}));
+  EXPECT_EQ(g_events,
+            (std::vector<std::string>{"term a", "term b", "delete b", "delete a", "release"}));
 }
 
 // TMPDIR points into the fixture's folder, where the manager makes its own.

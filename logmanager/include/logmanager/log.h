@@ -26,17 +26,14 @@
 
 namespace Log {
 
-class LOGMANAGER_API IStreamOperator
-    : public std::enable_shared_from_this<IStreamOperator> {
+class LOGMANAGER_API IStreamOperator : public std::enable_shared_from_this<IStreamOperator> {
  public:
   virtual ~IStreamOperator();
   // Append a text piece; returns the operator for the next piece.
   virtual std::shared_ptr<IStreamOperator> operator<<(const char* text) = 0;
-  virtual std::shared_ptr<IStreamOperator> operator<<(
-      const std::string& text) = 0;
+  virtual std::shared_ptr<IStreamOperator> operator<<(const std::string& text) = 0;
   // Apply a stream manipulator (std::endl ends a line of the record).
-  virtual std::shared_ptr<IStreamOperator> Apply(
-      std::ostream& (*manipulator)(std::ostream&)) = 0;
+  virtual std::shared_ptr<IStreamOperator> Apply(std::ostream& (*manipulator)(std::ostream&)) = 0;
 };
 
 class LOGMANAGER_API Singleton {
@@ -53,8 +50,7 @@ class LOGMANAGER_API Singleton {
 
 // Chaining on the shared pointer: `op << "a" << str << std::endl`.
 LOGMANAGER_API std::shared_ptr<IStreamOperator> operator<<(
-    const std::shared_ptr<IStreamOperator>& op,
-    std::ostream& (*manipulator)(std::ostream&));
+    const std::shared_ptr<IStreamOperator>& op, std::ostream& (*manipulator)(std::ostream&));
 LOGMANAGER_API std::shared_ptr<IStreamOperator> operator<<(
     const std::shared_ptr<IStreamOperator>& op, const char* text);
 LOGMANAGER_API std::shared_ptr<IStreamOperator> operator<<(

@@ -12,16 +12,14 @@ class KTBASE_API KtUID {
  public:
   // The null identifier (all bytes 0).
   KtUID();
-  KtUID(unsigned char b0, unsigned char b1, unsigned char b2, unsigned char b3,
-        unsigned char b4, unsigned char b5, unsigned char b6, unsigned char b7,
-        unsigned char b8, unsigned char b9, unsigned char b10,
-        unsigned char b11, unsigned char b12, unsigned char b13,
+  KtUID(unsigned char b0, unsigned char b1, unsigned char b2, unsigned char b3, unsigned char b4,
+        unsigned char b5, unsigned char b6, unsigned char b7, unsigned char b8, unsigned char b9,
+        unsigned char b10, unsigned char b11, unsigned char b12, unsigned char b13,
         unsigned char b14, unsigned char b15);
   // `word`, `half1`, `half2` stored big-endian in bytes 0-3, 4-5, 6-7.
-  KtUID(unsigned int word, unsigned short half1, unsigned short half2,
-        unsigned char d0, unsigned char d1, unsigned char d2, unsigned char d3,
-        unsigned char d4, unsigned char d5, unsigned char d6,
-        unsigned char d7);
+  KtUID(unsigned int word, unsigned short half1, unsigned short half2, unsigned char d0,
+        unsigned char d1, unsigned char d2, unsigned char d3, unsigned char d4, unsigned char d5,
+        unsigned char d6, unsigned char d7);
   explicit KtUID(const vorn::runtime::Array<unsigned char, 16>& bytes);
   // With `validate`, text failing IsUID() gives the null identifier (null
   // text included). Without, the 16 digit pairs are read from their fixed

@@ -4,9 +4,9 @@
 #ifndef KTBASE_MODULEUTILS_H
 #define KTBASE_MODULEUTILS_H
 
-#include <string>
-
 #include <ktbase/ktbase_export.h>
+
+#include <string>
 
 namespace ModuleUtils {
 

@@ -17,9 +17,8 @@ class KTBASE_API IDebug {
   virtual void InstanceCountDecrease(const char* className) = 0;
   virtual void DumpLeaks() = 0;
   // Returns false, whether or not the condition held.
-  virtual bool Assert(bool condition, const char* failed, const char* message,
-                      const char* detail, const char* file, int line,
-                      bool flag) = 0;
+  virtual bool Assert(bool condition, const char* failed, const char* message, const char* detail,
+                      const char* file, int line, bool flag) = 0;
   // `text` must not be null.
   virtual void PrintDebugString(const char* text) = 0;
   // Borrowed: the console must outlive the service or be unregistered (null).

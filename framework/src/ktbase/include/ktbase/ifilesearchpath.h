@@ -4,10 +4,10 @@
 #ifndef KTBASE_IFILESEARCHPATH_H
 #define KTBASE_IFILESEARCHPATH_H
 
+#include <ktbase/ktbase_export.h>
+
 #include <string>
 #include <vector>
-
-#include <ktbase/ktbase_export.h>
 
 namespace qrn {
 namespace fwk {
@@ -16,8 +16,7 @@ class KTBASE_API IFileSearchPath {
  public:
   virtual ~IFileSearchPath();
   virtual void Add(const char* path, bool recursive) = 0;
-  virtual bool FindByExtension(std::vector<std::string>& found,
-                               const char* extension) = 0;
+  virtual bool FindByExtension(std::vector<std::string>& found, const char* extension) = 0;
 };
 
 }  // namespace fwk

@@ -7,9 +7,9 @@
 #ifndef KTBASE_IOUTPUTCONSOLE_H
 #define KTBASE_IOUTPUTCONSOLE_H
 
-#include <string>
-
 #include <ktbase/ktbase_export.h>
+
+#include <string>
 
 namespace qrn {
 namespace diagnostics {

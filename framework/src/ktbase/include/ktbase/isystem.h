@@ -8,12 +8,12 @@
 #ifndef KTBASE_ISYSTEM_H
 #define KTBASE_ISYSTEM_H
 
-#include <string>
-#include <vector>
-
 #include <ktbase/ibase.h>
 #include <ktbase/idebug.h>
 #include <ktbase/ktbase_export.h>
+
+#include <string>
+#include <vector>
 
 namespace qrn {
 
@@ -52,8 +52,7 @@ class KTBASE_API ISystem {
   // missing tool is logged at level 2). Throws
   // boost::filesystem::filesystem_error when a status query fails for another
   // reason than a missing file.
-  virtual std::string GetToolPath(const std::string& subDir,
-                                  const std::string& toolName) = 0;
+  virtual std::string GetToolPath(const std::string& subDir, const std::string& toolName) = 0;
 };
 
 }  // namespace qrn

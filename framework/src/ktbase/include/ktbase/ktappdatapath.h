@@ -3,9 +3,9 @@
 #ifndef KTBASE_KTAPPDATAPATH_H
 #define KTBASE_KTAPPDATAPATH_H
 
-#include <string>
-
 #include <ktbase/ktbase_export.h>
+
+#include <string>
 
 class KTBASE_API CKTAppDataPath {
  public:

@@ -12,14 +12,14 @@
 #ifndef KTBASE_KTBASESYSTEM_H
 #define KTBASE_KTBASESYSTEM_H
 
+#include <ktbase/ibase.h>
+#include <ktbase/isystem.h>
+#include <ktbase/ktbase_export.h>
+
 #include <functional>
 #include <map>
 #include <string>
 #include <vector>
-
-#include <ktbase/ibase.h>
-#include <ktbase/isystem.h>
-#include <ktbase/ktbase_export.h>
 
 class ktdebug;
 
@@ -50,8 +50,7 @@ class KTBASE_API ktbasesystem : public qrn::ISystem, public qrn::IBase {
   bool IsDCCPlugin() const override;
   void GetApplicationArguments(std::vector<std::string>& out) const override;
   std::string GetPackageRoot() override;
-  std::string GetToolPath(const std::string& subDir,
-                          const std::string& toolName) override;
+  std::string GetToolPath(const std::string& subDir, const std::string& toolName) override;
 
   // "Norvex.KTC.BaseSystem".
   const char* GetClsName() override;

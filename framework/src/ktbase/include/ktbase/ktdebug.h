@@ -9,8 +9,7 @@
 #include <ktbase/ioutputconsole.h>
 #include <ktbase/ktbase_export.h>
 
-class KTBASE_API ktdebug : public qrn::diagnostics::IDebug,
-                           public qrn::IDestroy {
+class KTBASE_API ktdebug : public qrn::diagnostics::IDebug, public qrn::IDestroy {
  public:
   ktdebug();
   // Leaves the console alone (it is borrowed).
@@ -19,14 +18,12 @@ class KTBASE_API ktdebug : public qrn::diagnostics::IDebug,
   void InstanceCountIncrease(const char* className) override;
   void InstanceCountDecrease(const char* className) override;
   void DumpLeaks() override;
-  bool Assert(bool condition, const char* failed, const char* message,
-              const char* detail, const char* file, int line,
-              bool flag) override;
+  bool Assert(bool condition, const char* failed, const char* message, const char* detail,
+              const char* file, int line, bool flag) override;
   // Sends `text` as one line: a "\n" is appended unless the text already ends
   // in one. An empty text is sent empty. No console: no effect.
   void PrintDebugString(const char* text) override;
-  void RegisterDebugOutputConsole(
-      qrn::diagnostics::IOutputConsole* console) override;
+  void RegisterDebugOutputConsole(qrn::diagnostics::IOutputConsole* console) override;
 
  private:
   qrn::diagnostics::IOutputConsole* m_console;

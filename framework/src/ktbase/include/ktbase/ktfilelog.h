@@ -5,10 +5,10 @@
 #ifndef KTBASE_KTFILELOG_H
 #define KTBASE_KTFILELOG_H
 
-#include <cstdio>
-
 #include <ktbase/ilog.h>
 #include <ktbase/ktbase_export.h>
+
+#include <cstdio>
 
 class KTBASE_API ktFileLog : public qrn::fwk::ILog {
  public:

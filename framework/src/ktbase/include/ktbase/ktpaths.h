@@ -5,9 +5,9 @@
 #ifndef KTBASE_KTPATHS_H
 #define KTBASE_KTPATHS_H
 
-#include <string>
-
 #include <ktbase/ktbase_export.h>
+
+#include <string>
 
 // Full path of the first loaded object whose path contains `name` anywhere
 // (not anchored to the file name); "" when none does.

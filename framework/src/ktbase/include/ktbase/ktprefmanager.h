@@ -16,18 +16,16 @@
 #ifndef KTBASE_KTPREFMANAGER_H
 #define KTBASE_KTPREFMANAGER_H
 
-#include <map>
-#include <string>
-#include <vector>
-
 #include <ktbase/ibase.h>
 #include <ktbase/idestroy.h>
 #include <ktbase/isingleton.h>
 #include <ktbase/ktbase_export.h>
 
-class KTBASE_API IKTPrefManager : public qrn::IBase,
-                                  public qrn::IDestroy,
-                                  public qrn::ISingleton {
+#include <map>
+#include <string>
+#include <vector>
+
+class KTBASE_API IKTPrefManager : public qrn::IBase, public qrn::IDestroy, public qrn::ISingleton {
  public:
   enum EPrefType {
     ePrefUser = 0,
@@ -46,8 +44,7 @@ class KTBASE_API IKTPrefManager : public qrn::IBase,
   // Sets one scope's file and clears its loaded flag, unless `path` equals
   // the *user* file (whatever the scope: deliberate). ePrefAll: no effect.
   virtual void Configure(const std::string& path, EPrefType type) = 0;
-  virtual void Configure(const std::string& userPath,
-                         const std::string& projectPath,
+  virtual void Configure(const std::string& userPath, const std::string& projectPath,
                          const std::string& sitePath) = 0;
   // While false, SaveToDisk() (and so the destructor) writes nothing.
   virtual void Writable(bool writable) = 0;
@@ -55,54 +52,43 @@ class KTBASE_API IKTPrefManager : public qrn::IBase,
   // Setters write one scope in memory; any type but 0, 1, 2 is ignored.
   virtual void SetPref(const std::string& key, bool value, EPrefType type) = 0;
   // The text setter: every other setter goes through it.
-  virtual void SetPref(const std::string& key, const std::string& value,
-                       EPrefType type) = 0;
+  virtual void SetPref(const std::string& key, const std::string& value, EPrefType type) = 0;
   // Null `value` stores "".
-  virtual void SetPref(const std::string& key, const char* value,
-                       EPrefType type) = 0;
+  virtual void SetPref(const std::string& key, const char* value, EPrefType type) = 0;
   // Exactly `length` bytes, zero bytes included. Throws std::logic_error for
   // a null `value` with a non-zero length.
-  virtual void SetPref(const std::string& key, const char* value,
-                       unsigned long length, EPrefType type) = 0;
+  virtual void SetPref(const std::string& key, const char* value, unsigned long length,
+                       EPrefType type) = 0;
   virtual void SetPref(const std::string& key, int value, EPrefType type) = 0;
-  virtual void SetPref(const std::string& key, float value,
-                       EPrefType type) = 0;
+  virtual void SetPref(const std::string& key, float value, EPrefType type) = 0;
   // Joined with `separator`; an empty list stores nothing (deliberate).
-  virtual void SetPref(const std::string& key,
-                       const std::vector<std::string>& values, char separator,
-                       EPrefType type) = 0;
+  virtual void SetPref(const std::string& key, const std::vector<std::string>& values,
+                       char separator, EPrefType type) = 0;
 
   // True only for the texts "true" and "1"; missing or empty: the default.
-  virtual bool GetPref(const std::string& key, bool defaultValue, bool& value,
-                       bool siteOnly) = 0;
+  virtual bool GetPref(const std::string& key, bool defaultValue, bool& value, bool siteOnly) = 0;
   // The stored text if found (even empty), else the default.
-  virtual std::string& GetPref(const std::string& key,
-                               const std::string& defaultValue,
+  virtual std::string& GetPref(const std::string& key, const std::string& defaultValue,
                                std::string& value, bool siteOnly) = 0;
   // Null `defaultValue` counts as "".
-  virtual std::string& GetPref(const std::string& key,
-                               const char* defaultValue, std::string& value,
+  virtual std::string& GetPref(const std::string& key, const char* defaultValue, std::string& value,
                                bool siteOnly) = 0;
   // Unchecked stream extraction: "12px" gives 12, "abc" gives 0;
   // missing or empty: the default.
-  virtual int GetPref(const std::string& key, int defaultValue, int& value,
-                      bool siteOnly) = 0;
-  virtual float GetPref(const std::string& key, float defaultValue,
-                        float& value, bool siteOnly) = 0;
+  virtual int GetPref(const std::string& key, int defaultValue, int& value, bool siteOnly) = 0;
+  virtual float GetPref(const std::string& key, float defaultValue, float& value,
+                        bool siteOnly) = 0;
   // Found: the pieces are *appended* to `values` (deliberate); missing:
   // `values` becomes the default.
-  virtual std::vector<std::string>& GetPref(
-      const std::string& key, char separator,
-      const std::vector<std::string>& defaultValues,
-      std::vector<std::string>& values, bool siteOnly) = 0;
+  virtual std::vector<std::string>& GetPref(const std::string& key, char separator,
+                                            const std::vector<std::string>& defaultValues,
+                                            std::vector<std::string>& values, bool siteOnly) = 0;
   // Two-call pattern: with a null `buffer`, sets `length` to the value's
   // size; then copies exactly `length` bytes, without terminator or bound
   // check, into a buffer at least that large.
-  virtual void GetPref(const std::string& key, char* buffer,
-                       unsigned long& length) = 0;
+  virtual void GetPref(const std::string& key, char* buffer, unsigned long& length) = 0;
   // The key's bool value (not an existence test), or the default.
-  virtual bool IsPref(const std::string& key, bool defaultValue,
-                      bool siteOnly) = 0;
+  virtual bool IsPref(const std::string& key, bool defaultValue, bool siteOnly) = 0;
   // Blanks (does not erase) the entry in the first scope that holds `key`.
   virtual void RemovePref(std::string key) = 0;
 
@@ -144,35 +130,27 @@ class KTBASE_API CKTPrefManager : public IKTPrefManager {
   void Writable(bool writable) override;
 
   void SetPref(const std::string& key, bool value, EPrefType type) override;
-  void SetPref(const std::string& key, const std::string& value,
-               EPrefType type) override;
-  void SetPref(const std::string& key, const char* value,
-               EPrefType type) override;
+  void SetPref(const std::string& key, const std::string& value, EPrefType type) override;
+  void SetPref(const std::string& key, const char* value, EPrefType type) override;
   void SetPref(const std::string& key, const char* value, unsigned long length,
                EPrefType type) override;
   void SetPref(const std::string& key, int value, EPrefType type) override;
   void SetPref(const std::string& key, float value, EPrefType type) override;
-  void SetPref(const std::string& key, const std::vector<std::string>& values,
-               char separator, EPrefType type) override;
+  void SetPref(const std::string& key, const std::vector<std::string>& values, char separator,
+               EPrefType type) override;
 
-  bool GetPref(const std::string& key, bool defaultValue, bool& value,
-               bool siteOnly) override;
-  std::string& GetPref(const std::string& key, const std::string& defaultValue,
-                       std::string& value, bool siteOnly) override;
-  std::string& GetPref(const std::string& key, const char* defaultValue,
-                       std::string& value, bool siteOnly) override;
-  int GetPref(const std::string& key, int defaultValue, int& value,
-              bool siteOnly) override;
-  float GetPref(const std::string& key, float defaultValue, float& value,
-                bool siteOnly) override;
-  std::vector<std::string>& GetPref(
-      const std::string& key, char separator,
-      const std::vector<std::string>& defaultValues,
-      std::vector<std::string>& values, bool siteOnly) override;
-  void GetPref(const std::string& key, char* buffer,
-               unsigned long& length) override;
-  bool IsPref(const std::string& key, bool defaultValue,
-              bool siteOnly) override;
+  bool GetPref(const std::string& key, bool defaultValue, bool& value, bool siteOnly) override;
+  std::string& GetPref(const std::string& key, const std::string& defaultValue, std::string& value,
+                       bool siteOnly) override;
+  std::string& GetPref(const std::string& key, const char* defaultValue, std::string& value,
+                       bool siteOnly) override;
+  int GetPref(const std::string& key, int defaultValue, int& value, bool siteOnly) override;
+  float GetPref(const std::string& key, float defaultValue, float& value, bool siteOnly) override;
+  std::vector<std::string>& GetPref(const std::string& key, char separator,
+                                    const std::vector<std::string>& defaultValues,
+                                    std::vector<std::string>& values, bool siteOnly) override;
+  void GetPref(const std::string& key, char* buffer, unsigned long& length) override;
+  bool IsPref(const std::string& key, bool defaultValue, bool siteOnly) override;
   void RemovePref(std::string key) override;
 
   bool LoadFromDisk(EPrefType type) override;
@@ -186,13 +164,10 @@ class KTBASE_API CKTPrefManager : public IKTPrefManager {
  private:
   friend class CKTPrefManagerPeer;  // white-box access for the tests
 
-  bool SaveInternalToDisk(const std::string& path,
-                          const std::map<std::string, std::string>& prefs);
-  bool LoadInternalFromDisk(const std::string& path,
-                            std::map<std::string, std::string>& prefs,
+  bool SaveInternalToDisk(const std::string& path, const std::map<std::string, std::string>& prefs);
+  bool LoadInternalFromDisk(const std::string& path, std::map<std::string, std::string>& prefs,
                             bool& loaded);
-  bool GetInternalPref(const std::string& key, std::string& value,
-                       bool siteOnly);
+  bool GetInternalPref(const std::string& key, std::string& value, bool siteOnly);
 
   std::map<std::string, std::string> m_prefMapUser;
   std::map<std::string, std::string> m_prefMapProject;

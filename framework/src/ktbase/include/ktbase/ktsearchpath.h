@@ -2,13 +2,13 @@
 #ifndef KTBASE_KTSEARCHPATH_H
 #define KTBASE_KTSEARCHPATH_H
 
-#include <string>
-#include <vector>
-
 #include <ktbase/ibase.h>
 #include <ktbase/idestroy.h>
 #include <ktbase/ifilesearchpath.h>
 #include <ktbase/ktbase_export.h>
+
+#include <string>
+#include <vector>
 
 class KTBASE_API KTSearchPath : public qrn::fwk::IFileSearchPath,
                                 public qrn::IBase,
@@ -29,8 +29,7 @@ class KTBASE_API KTSearchPath : public qrn::fwk::IFileSearchPath,
   // Returns true. A null `extension` finds nothing. Throws
   // boost::filesystem::filesystem_error when a listed folder cannot be read;
   // what was appended before stays.
-  bool FindByExtension(std::vector<std::string>& found,
-                       const char* extension) override;
+  bool FindByExtension(std::vector<std::string>& found, const char* extension) override;
   // "System.IO.SearchPath".
   const char* GetClsName() override;
 

@@ -6,17 +6,16 @@
 #ifndef KTBASE_KTSIGNALS_H
 #define KTBASE_KTSIGNALS_H
 
-#include <boost/signals2/connection.hpp>
-#include <boost/signals2/shared_connection_block.hpp>
-
 #include <ktbase/ibase.h>
 #include <ktbase/iconnection.h>
 #include <ktbase/ktbase_export.h>
 
+#include <boost/signals2/connection.hpp>
+#include <boost/signals2/shared_connection_block.hpp>
+
 namespace BaseSystem {
 
-class KTBASE_API ktconnection : public qrn::signalling::IConnection,
-                                public qrn::IBase {
+class KTBASE_API ktconnection : public qrn::signalling::IConnection, public qrn::IBase {
  public:
   // Copies the handle; the connection is left as it is. Not explicit, so
   // `ktconnection c = signal.connect(slot);` compiles.

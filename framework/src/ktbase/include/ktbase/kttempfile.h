@@ -2,9 +2,9 @@
 #ifndef KTBASE_KTTEMPFILE_H
 #define KTBASE_KTTEMPFILE_H
 
-#include <string>
-
 #include <ktbase/ktbase_export.h>
+
+#include <string>
 
 // A temporary file named after a target: target + ".tmp".
 class KTBASE_API CKTTempFile {

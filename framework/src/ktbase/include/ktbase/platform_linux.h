@@ -8,9 +8,8 @@
 // 2048-byte buffer (cut at 2047 characters) and nothing more: no output, no
 // stop, no question. `flag` is ignored. Always returns false. The buffer is
 // shared: not thread-safe.
-KTBASE_API bool _plateform_assert(bool condition, const char* failed,
-                                  const char* message, const char* detail,
-                                  const char* file, int line, bool flag);
+KTBASE_API bool _plateform_assert(bool condition, const char* failed, const char* message,
+                                  const char* detail, const char* file, int line, bool flag);
 
 // The report of the most recent failed assertion ("" before any), for
 // debuggers, tests and hosts that want to show it.

@@ -108,6 +108,10 @@ foreach(mode package pkg-config)
       "-DCMAKE_CXX_COMPILER=${CXX_COMPILER}" "-DCMAKE_CXX_FLAGS=${CXX_FLAGS}"
       "-DCMAKE_MODULE_LINKER_FLAGS=${LINKER_FLAGS}" ${how})
   run("${CMAKE_COMMAND}" --build "${build}")
+  if(mode STREQUAL "package")
+    run(readelf -d "${build}/plugins/libconsumer_plugin.so")
+    expect("NODELETE")  # ktbase_add_plugin: never unmapped, whatever the host
+  endif()
   run("${bin}/kthost" --plugins "${build}/plugins" --strict)
   expect("loaded libconsumer_plugin.so")
   expect("consumer: entry (${mode})")

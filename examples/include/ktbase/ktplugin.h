@@ -22,8 +22,10 @@
 // Contracts for plug-in authors:
 // - The entry may throw; the host reports the exception and goes on, but
 //   whatever the entry registered before the throw stays registered.
-// - The host never unloads a plug-in while the system lives, so objects,
-//   factories and startup functions may point into the module freely.
+// - A plug-in is never unloaded while the system lives, so objects,
+//   factories and startup functions may point into the module freely: hosts
+//   keep their modules, and ktbase_add_plugin() links with -z nodelete, so
+//   even a host that calls dlclose leaves them mapped.
 // - Hosts may hand the entry a view of the system that records what the
 //   plug-in registers; keep that pointer for later calls (startup factories)
 //   rather than calling qrnGetSystem(), so the host's report stays complete.
@@ -34,7 +36,7 @@
 #include <ktbase/isystem.h>
 #include <ktbase/ktprefmanager.h>
 
-#include <iostream>
+#include <cstdio>
 #include <string>
 
 // Bump when the entry's contract or anything a host hands to plug-ins changes
@@ -93,7 +95,7 @@ inline void Note(IHostJournal* journal, const char* source, const std::string& t
   if (journal != nullptr)
     journal->Note(source, text.c_str());
   else
-    std::cout << '[' << source << "] " << text << '\n';
+    std::printf("[%s] %s\n", source, text.c_str());
 }
 
 }  // namespace ktplugin

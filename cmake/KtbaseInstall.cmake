@@ -42,6 +42,7 @@ write_basic_package_version_file(
 install(FILES
   ${CMAKE_BINARY_DIR}/ktbaseConfig.cmake
   ${CMAKE_BINARY_DIR}/ktbaseConfigVersion.cmake
+  ${CMAKE_CURRENT_LIST_DIR}/ktbasePluginLink.cmake
   DESTINATION ${KTBASE_INSTALL_CMAKEDIR}
   COMPONENT dev)
 

@@ -9,6 +9,9 @@
 #               .pc in the root, and a .pc with an absolute prefix in the
 #               system's pkg-config folder. Depends on ktbase of the same
 #               version.
+#   ktbase-doc  component doc (when the build makes the SDK reference, as the
+#               package preset does): its HTML in /usr/share/doc/ktbase-doc.
+#               Architecture all, no dependencies.
 #   python3-ktbase  component python (when the module is built): the module
 #               and its stub beside the library, and a .pth file that puts
 #               that folder on the system interpreter's path. Depends on
@@ -127,6 +130,19 @@ if(TARGET ktbase_python)
   ktbase_deb_docs(python python3-ktbase)
 endif()
 
+# The SDK reference, built by the docs target (docs/reference). Nothing of
+# it lies in the root, which CPack would still make: the pre-build script
+# drops it.
+if(TARGET docs)
+  list(APPEND _ktbase_components doc)
+  install(DIRECTORY "${CMAKE_BINARY_DIR}/html" DESTINATION /usr/share/doc/ktbase-doc
+    COMPONENT doc EXCLUDE_FROM_ALL)
+  ktbase_deb_docs(doc ktbase-doc)
+  configure_file("${CMAKE_CURRENT_LIST_DIR}/deb/drop-empty-root.cmake"
+    "${_ktbase_deb}/drop-empty-root.cmake" @ONLY)
+  set(CPACK_PRE_BUILD_SCRIPTS "${_ktbase_deb}/drop-empty-root.cmake")
+endif()
+
 set(CPACK_PACKAGE_NAME ktbase)
 set(CPACK_PACKAGE_VENDOR "ktbase developers")
 set(CPACK_PACKAGE_VERSION "${PROJECT_VERSION}")
@@ -175,6 +191,17 @@ ktbase_add_plugin) and the pkg-config file (ktbase) for building hosts and
 plug-ins against libktbase.so. find_package and pkg-config find them without
 extra search paths.")
 
+set(CPACK_DEBIAN_DOC_PACKAGE_NAME ktbase-doc)
+set(CPACK_DEBIAN_DOC_PACKAGE_SECTION doc)
+set(CPACK_DEBIAN_DOC_PACKAGE_ARCHITECTURE all)
+set(CPACK_DEBIAN_DOC_DESCRIPTION
+  "base system of the Norvex plug-in framework (SDK reference)
+The reference of the public headers of libktbase.so, generated from them,
+with the guides: writing a plug-in, hosting plug-ins, the preference files
+and their lookup rules, the paths, the Python module, the packages, and
+what may run on several threads at once. Open
+/usr/share/doc/ktbase-doc/html/index.html in a browser.")
+
 set(CPACK_DEBIAN_PYTHON_PACKAGE_NAME python3-ktbase)
 set(CPACK_DEBIAN_PYTHON_PACKAGE_SECTION python)
 set(CPACK_DEBIAN_PYTHON_PACKAGE_SHLIBDEPS ON)
@@ -197,3 +224,4 @@ include(CPack)
 cpack_add_component(runtime DISPLAY_NAME "ktbase")
 cpack_add_component(dev DISPLAY_NAME "ktbase-dev" DEPENDS runtime)
 cpack_add_component(python DISPLAY_NAME "python3-ktbase" DEPENDS runtime)
+cpack_add_component(doc DISPLAY_NAME "ktbase-doc")

@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
 # Installs the Debian 12 packages a build needs, only those that are missing.
-#   scripts/install-deps.sh [build|test|bench|guard|package|package-check|all]...
+#   scripts/install-deps.sh [build|test|bench|guard|docs|package|package-check|all]...
 #   (default: test)
 # Runs apt-get as root (or through sudo when it is there).
 set -euo pipefail
@@ -10,10 +10,12 @@ build=(g++ cmake ninja-build pkg-config libboost-filesystem-dev libboost-system-
 test=("${build[@]}" libgtest-dev libgmock-dev python3-pytest)
 bench=("${build[@]}" libbenchmark-dev libpoco-dev libinih-dev uuid-dev)
 guard=("${test[@]}" clang libclang-rt-14-dev valgrind abigail-tools)
+# The SDK reference (scripts/docs.sh, and the ktbase-doc package).
+docs=("${build[@]}" doxygen)
 # CPack's DEB generator finds binaries with file and their dependencies with
-# dpkg-shlibdeps (dpkg-dev); help2man makes the programs' manual pages; CI
-# also runs lintian on the packages.
-package=("${build[@]}" dpkg-dev file help2man)
+# dpkg-shlibdeps (dpkg-dev); help2man makes the programs' manual pages, and
+# doxygen the reference of ktbase-doc; CI also runs lintian on the packages.
+package=("${docs[@]}" dpkg-dev file help2man)
 package_check=("${package[@]}" lintian)
 
 wanted=()
@@ -24,10 +26,11 @@ for group in "$@"; do
     test) wanted+=("${test[@]}") ;;
     bench) wanted+=("${bench[@]}") ;;
     guard) wanted+=("${guard[@]}") ;;
+    docs) wanted+=("${docs[@]}") ;;
     package) wanted+=("${package[@]}") ;;
     package-check) wanted+=("${package_check[@]}") ;;
     all) wanted+=("${test[@]}" "${bench[@]}" "${guard[@]}" "${package_check[@]}") ;;
-    *) echo "install-deps: unknown group '$group' (build, test, bench, guard, package, package-check, all)" >&2
+    *) echo "install-deps: unknown group '$group' (build, test, bench, guard, docs, package, package-check, all)" >&2
        exit 2 ;;
   esac
 done

@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
 # Checks the Debian packages that scripts/package.sh wrote to build/packages
-# (ktbase, ktbase-dev, python3-ktbase) without installing them: control
+# (ktbase, ktbase-dev, ktbase-doc, python3-ktbase) without installing them: control
 # fields and conffiles (dpkg-deb -f/-I), contents, links and modes (dpkg-deb
 # -c), then lintian, which must report no error (its warnings are printed).
 # Prints what it finds; stops at the first problem.
@@ -14,14 +14,15 @@ arch=$(dpkg --print-architecture)
 runtime=$dir/ktbase_${version}_${arch}.deb
 dev=$dir/ktbase-dev_${version}_${arch}.deb
 python=$dir/python3-ktbase_${version}_${arch}.deb
+doc=$dir/ktbase-doc_${version}_all.deb
 root=./opt/ktbase
 bin=$root/bin/linux_intel.release
 
 fail() { echo "package-check: $*" >&2; exit 1; }
-debs=("$runtime" "$dev" "$python")
+debs=("$runtime" "$dev" "$doc" "$python")
 for deb in "${debs[@]}"; do [ -f "$deb" ] || fail "missing $deb"; done
-[ "$(ls "$dir")" = "$(printf '%s\n' "${dev##*/}" "${runtime##*/}" "${python##*/}")" ] ||
-  fail "$dir holds more than the three packages: $(ls "$dir" | tr '\n' ' ')"
+[ "$(ls "$dir")" = "$(printf '%s\n' "${dev##*/}" "${doc##*/}" "${runtime##*/}" "${python##*/}")" ] ||
+  fail "$dir holds more than the four packages: $(ls "$dir" | tr '\n' ' ')"
 
 # field <deb> <name> <expected extended regex>
 field() {
@@ -31,7 +32,7 @@ field() {
 }
 for deb in "${debs[@]}"; do
   field "$deb" Version "^${version}\$"
-  field "$deb" Architecture "^${arch}\$"
+  [ "$deb" = "$doc" ] || field "$deb" Architecture "^${arch}\$"
   field "$deb" Maintainer '^[^<]+ <[^@>]+@[^>]+>$'
   field "$deb" Priority '^optional$'
   field "$deb" Description '^base system of the Norvex plug-in framework.*'$'\n'' .+'
@@ -43,6 +44,10 @@ field "$runtime" Depends '^libboost-filesystem1\.[0-9.]+ \(>= [^)]+\), libc6 \(>
 field "$dev" Package '^ktbase-dev$'
 field "$dev" Section '^libdevel$'
 field "$dev" Depends "^ktbase \\(= ${version}\\), libboost-dev \\(>= 1\\.74\\)\$"
+field "$doc" Package '^ktbase-doc$'
+field "$doc" Section '^doc$'
+field "$doc" Architecture '^all$'
+[ -z "$(dpkg-deb -f "$doc" Depends)" ] || fail "ktbase-doc has dependencies"
 field "$python" Package '^python3-ktbase$'
 field "$python" Section '^python$'
 field "$python" Depends "^ktbase \\(= ${version}\\), python3 \\(>= 3\\.[0-9]+\\), python3 \\(<< 3\\.[0-9]+\\), libboost-filesystem1\\.[0-9.]+ \\(>= [^)]+\\), libc6 \\(>= [^)]+\\), libgcc-s1 \\(>= [^)]+\\), libstdc\\+\\+6 \\(>= [^)]+\\)\$"
@@ -51,7 +56,7 @@ field "$python" Depends "^ktbase \\(= ${version}\\), python3 \\(>= 3\\.[0-9]+\\)
   fail "ktbase: conffiles is not exactly /etc/ktbase/site.prefs"
 grep -q 'mkdir -p -m 755 /opt' <<<"$(dpkg-deb -I "$runtime" postrm)" ||
   fail "ktbase: its postrm does not make /opt again"
-for deb in "$dev" "$python"; do
+for deb in "$dev" "$doc" "$python"; do
   if dpkg-deb -I "$deb" conffiles >/dev/null 2>&1; then fail "${deb##*/} has conffiles"; fi
 done
 
@@ -89,6 +94,11 @@ expect "$dev" \
   "-rw-r--r-- $root/lib/cmake/ktbase/ktbaseTargets.cmake" \
   "-rw-r--r-- $root/lib/pkgconfig/ktbase.pc" "-rw-r--r-- ./usr/lib/$triplet/pkgconfig/ktbase.pc" \
   "-rw-r--r-- ./usr/share/doc/ktbase-dev/copyright" "-rw-r--r-- ./usr/share/doc/ktbase-dev/changelog.Debian.gz"
+expect "$doc" \
+  "-rw-r--r-- ./usr/share/doc/ktbase-doc/html/index.html" \
+  "-rw-r--r-- ./usr/share/doc/ktbase-doc/html/guide_plugin.html" \
+  "-rw-r--r-- ./usr/share/doc/ktbase-doc/html/classIKTPrefManager.html" \
+  "-rw-r--r-- ./usr/share/doc/ktbase-doc/copyright" "-rw-r--r-- ./usr/share/doc/ktbase-doc/changelog.Debian.gz"
 expect "$python" \
   "-rw-r--r-- $bin/ktbase.pyi" "-rw-r--r-- ./usr/lib/python3/dist-packages/ktbase.pth" \
   "-rw-r--r-- ./usr/share/doc/python3-ktbase/copyright"
@@ -99,7 +109,7 @@ grep -qE "^-rw-r--r-- $bin/ktbase\.cpython-3[0-9]+-$triplet\.so\$" <<<"$(entries
 
 # Nothing outside the root, its /etc folder and the files the system looks
 # for elsewhere; no path in two packages (dpkg would refuse the second).
-allowed="^\\./(opt/ktbase/|etc/ktbase/|usr/bin/kt(host|prefs)\$|usr/share/man/man1/kt(host|prefs)\.1\.gz\$|usr/share/doc/(ktbase(-dev)?|python3-ktbase)/|usr/share/lintian/overrides/(ktbase(-dev)?|python3-ktbase)\$|usr/lib/$triplet/pkgconfig/ktbase\\.pc\$|usr/lib/python3/dist-packages/ktbase\\.pth\$)"
+allowed="^\\./(opt/ktbase/|etc/ktbase/|usr/bin/kt(host|prefs)\$|usr/share/man/man1/kt(host|prefs)\.1\.gz\$|usr/share/doc/(ktbase(-dev|-doc)?|python3-ktbase)/|usr/share/lintian/overrides/(ktbase(-dev|-doc)?|python3-ktbase)\$|usr/lib/$triplet/pkgconfig/ktbase\\.pc\$|usr/lib/python3/dist-packages/ktbase\\.pth\$)"
 for deb in "${debs[@]}"; do
   stray=$(entries "$deb" | awk '{print $2}' | grep -Ev "$allowed" || true)
   [ -z "$stray" ] || fail "${deb##*/}: unexpected paths: $stray"
@@ -112,9 +122,9 @@ for deb in "${debs[@]}"; do
     "installed size $(dpkg-deb -f "$deb" Installed-Size) KiB"
 done
 
-# Errors fail; warnings are listed (see the README's "Packages").
+# Errors fail; warnings are listed (see docs/reference/guide_packages.md).
 status=0
 report=$(lintian --fail-on error --tag-display-limit 0 "${debs[@]}" 2>&1) || status=$?
 grep -v '^running with root privileges' <<<"$report" || true
 [ "$status" -eq 0 ] || fail "lintian reports errors (exit $status)"
-echo "package-check: the three packages pass"
+echo "package-check: the four packages pass"

@@ -1,9 +1,10 @@
 #!/usr/bin/env bash
 # Builds the Debian 12 packages: installs the missing Debian packages, builds
-# the package preset (release, no tests) in build/package and runs CPack,
-# which writes build/packages/ktbase_<version>-<revision>_<arch>.deb,
-# ktbase-dev_<...>.deb and python3-ktbase_<...>.deb. Installs nothing of ktbase
-# on this machine (see the README's "Packages").
+# the package preset (release, no tests, the SDK reference) in build/package
+# and runs CPack, which writes build/packages/ktbase_<version>-<revision>_<arch>.deb,
+# ktbase-dev_<...>.deb, ktbase-doc_<...>_all.deb and python3-ktbase_<...>.deb.
+# Installs nothing of ktbase
+# on this machine (see docs/reference/guide_packages.md).
 set -euo pipefail
 cd "$(dirname "$0")/.."
 

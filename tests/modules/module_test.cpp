@@ -61,6 +61,19 @@ TEST(ModuleUtilsTest, LoadIsLazyAndLocalWhateverTheFlag) {
   }
 }
 
+// A host that calls dlclose on a plug-in must not unmap it: what it
+// registered with the system still points into its code.
+TEST(ModuleUtilsTest, PluginCodeStaysMappedAfterUnload) {
+  void* handle = ModuleUtils::LoadModule(KTTEST_RESIDENT, false);
+  ASSERT_NE(handle, nullptr);
+  auto defined =
+      reinterpret_cast<int (*)()>(ModuleUtils::GetLibraryFunc(handle, "ktfault_defined"));
+  ASSERT_NE(defined, nullptr);
+  EXPECT_EQ(ModuleUtils::UnloadModule(handle), 0);
+  EXPECT_TRUE(Loaded(KTTEST_RESIDENT));
+  EXPECT_EQ(defined(), 42);  // its code is still there
+}
+
 TEST(ModuleUtilsTest, LibraryFuncOnlyFromTheModuleItself) {
   void* handle = ModuleUtils::LoadModule(KTTEST_OWNER, false);
   ASSERT_NE(handle, nullptr);

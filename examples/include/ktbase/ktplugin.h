@@ -1,32 +1,38 @@
-// The plug-in convention of ktbase hosts (header-only; installed with the
-// library's headers).
-//
-// A plug-in is a shared module (file extension ".so") that exports two
-// functions under their plain C names:
-//
-//   extern "C" int  KtPluginInterfaceVersion();          // KTPLUGIN_INTERFACE_VERSION
-//   extern "C" void KtPluginEntry(qrn::ISystem* system);  // registers what it offers
-//
-// The host reads the version first and refuses a module whose number differs
-// from its own, without calling anything else in it. It then calls the entry
-// once, with the live system. Both functions are looked up in the module
-// itself only: a module whose entry comes from a library it links to has no
-// entry of its own and is refused (so a shared entry never runs twice).
-//
-// The usual way to write both is the macro below:
-//
-//   KTPLUGIN_ENTRY(system) {
-//     system->RegisterSingleton("My.Service", &CreateMyService);
-//   }
-//
-// Contracts for plug-in authors:
-// - The entry may throw; the host reports the exception and goes on, but
-//   whatever the entry registered before the throw stays registered.
-// - The host never unloads a plug-in while the system lives, so objects,
-//   factories and startup functions may point into the module freely.
-// - Hosts may hand the entry a view of the system that records what the
-//   plug-in registers; keep that pointer for later calls (startup factories)
-//   rather than calling qrnGetSystem(), so the host's report stays complete.
+/// @file
+/// The plug-in convention of ktbase hosts (header-only; installed with the
+/// library's headers). See @ref guide_plugin.
+///
+/// A plug-in is a shared module (file extension ".so") that exports two
+/// functions under their plain C names:
+///
+///     extern "C" int  KtPluginInterfaceVersion();          // KTPLUGIN_INTERFACE_VERSION
+///     extern "C" void KtPluginEntry(qrn::ISystem* system);  // registers what it offers
+///
+/// The host reads the version first and refuses a module whose number differs
+/// from its own, without calling anything else in it. It then calls the entry
+/// once, with the live system. Both functions are looked up in the module
+/// itself only: a module whose entry comes from a library it links to has no
+/// entry of its own and is refused (so a shared entry never runs twice).
+///
+/// The usual way to write both is the macro KTPLUGIN_ENTRY:
+///
+///     KTPLUGIN_ENTRY(system) {
+///       system->RegisterSingleton("My.Service", &CreateMyService);
+///     }
+///
+/// Contracts for plug-in authors:
+/// - The entry may throw; the host reports the exception and goes on, but
+///   whatever the entry registered before the throw stays registered.
+/// - A plug-in is never unloaded while the system lives, so objects,
+///   factories and startup functions may point into the module freely:
+///   hosts keep their modules, and ktbase_add_plugin() links with
+///   `-z nodelete`, so even a host that calls `dlclose` leaves them mapped.
+/// - Hosts may hand the entry a view of the system that records what the
+///   plug-in registers; keep that pointer for later calls (startup factories)
+///   rather than calling qrnGetSystem(), so the host's report stays complete.
+/// - The system is single-threaded: call it from one thread at a time (see
+///   @ref threads).
+/// @ingroup plugin
 #ifndef KTBASE_KTPLUGIN_H
 #define KTBASE_KTPLUGIN_H
 
@@ -34,66 +40,105 @@
 #include <ktbase/isystem.h>
 #include <ktbase/ktprefmanager.h>
 
-#include <iostream>
+#include <cstdio>
 #include <string>
 
-// Bump when the entry's contract or anything a host hands to plug-ins changes
-// incompatibly. Hosts accept only their own number.
+/// The plug-in interface version. Bumped when the entry's contract or
+/// anything a host hands to plug-ins changes incompatibly. Hosts accept only
+/// their own number.
+/// @ingroup plugin
 #define KTPLUGIN_INTERFACE_VERSION 1
 
-// Visible from outside the module even under -fvisibility=hidden. Interfaces
-// shared between modules carry it too, so their type information is found by
-// dynamic_cast across module boundaries.
+/// Visible from outside the module even under `-fvisibility=hidden`.
+/// Interfaces shared between modules carry it too, so their type information
+/// is found by `dynamic_cast` across module boundaries.
+/// @ingroup plugin
 #define KTPLUGIN_API __attribute__((visibility("default")))
 
-// Defines KtPluginInterfaceVersion() and opens the definition of
-// KtPluginEntry(qrn::ISystem* systemName); the body follows the macro.
+/// Defines `KtPluginInterfaceVersion()` and opens the definition of
+/// `KtPluginEntry(qrn::ISystem* systemName)`; the body follows the macro.
+/// @param systemName The name of the entry's parameter: the live system
+///   (borrowed; valid until the host ends the system).
+/// @ingroup plugin
 #define KTPLUGIN_ENTRY(systemName)                                                              \
   extern "C" KTPLUGIN_API int KtPluginInterfaceVersion() { return KTPLUGIN_INTERFACE_VERSION; } \
   extern "C" KTPLUGIN_API void KtPluginEntry(qrn::ISystem* systemName)
 
+/// The plug-in convention: what plug-ins and hosts share.
+/// @ingroup plugin
 namespace ktplugin {
 
+/// The type of `KtPluginEntry`, for a host's `dlsym`.
+/// @ingroup hosting
 using EntryFunction = void (*)(qrn::ISystem*);
+/// The type of `KtPluginInterfaceVersion`, for a host's `dlsym`.
+/// @ingroup hosting
 using VersionFunction = int (*)();
 
+/// The entry's symbol name.
+/// @ingroup hosting
 constexpr const char* kEntryName = "KtPluginEntry";
+/// The version function's symbol name.
+/// @ingroup hosting
 constexpr const char* kVersionName = "KtPluginInterfaceVersion";
+/// KTPLUGIN_INTERFACE_VERSION as a constant.
+/// @ingroup hosting
 constexpr int kInterfaceVersion = KTPLUGIN_INTERFACE_VERSION;
 
-// Named objects a ktbase host publishes before it calls any entry. Both are
-// borrowed: they outlive the system (the host destroys them after
-// qrnExitSystem), so a plug-in may keep the pointers until its objects die.
-constexpr const char* kJournalName = "KtHost.Journal";  // ktplugin::IHostJournal
-constexpr const char* kPrefsName = "PrefManager";       // IKTPrefManager, loaded
+/// The name under which a ktbase host publishes its IHostJournal before it
+/// calls any entry. Borrowed: the journal outlives the system (the host
+/// destroys it after qrnExitSystem()), so a plug-in may keep the pointer
+/// until its objects die.
+constexpr const char* kJournalName = "KtHost.Journal";
+/// The name under which a ktbase host publishes its loaded IKTPrefManager
+/// before it calls any entry; borrowed, like the journal.
+constexpr const char* kPrefsName = "PrefManager";
 
-// Where a plug-in tells the host what it does; the host shows it in its
-// report. Texts are copied before Note() returns.
+/// Where a plug-in tells the host what it does; the host shows it in its
+/// report. Published as the named object kJournalName; find it with
+/// FindJournal().
+/// @onethread
+/// @ingroup plugin
 class KTPLUGIN_API IHostJournal : public qrn::IBase {
  public:
   ~IHostJournal() override = default;
+  /// Records one note.
+  /// @param source Who speaks, e.g. the plug-in's name; copied.
+  /// @param text What it did; copied before Note() returns.
   virtual void Note(const char* source, const char* text) = 0;
 };
 
-// The host's journal, or null when the host publishes none.
+/// The host's journal.
+/// @param system The system; may be null.
+/// @return Borrowed from the host (see kJournalName), or null when the host
+///   publishes none.
+/// @onethread
 inline IHostJournal* FindJournal(qrn::ISystem* system) {
   if (system == nullptr) return nullptr;
   return dynamic_cast<IHostJournal*>(system->GetNamedObject(kJournalName));
 }
 
-// The host's preference manager, or null when the host publishes none.
+/// The host's preference manager.
+/// @param system The system; may be null.
+/// @return Borrowed from the host (see kPrefsName), or null when the host
+///   publishes none.
+/// @onethread
 inline IKTPrefManager* FindPrefs(qrn::ISystem* system) {
   if (system == nullptr) return nullptr;
   return dynamic_cast<IKTPrefManager*>(system->GetNamedObject(kPrefsName));
 }
 
-// Notes `text` in `journal`, or writes "[source] text" to standard output when
-// there is no journal.
+/// Notes a text in the host's journal, or writes "[source] text" and a line
+/// feed to standard output when there is no journal.
+/// @param journal The journal (borrowed); may be null.
+/// @param source Who speaks.
+/// @param text What it did.
+/// @onethread
 inline void Note(IHostJournal* journal, const char* source, const std::string& text) {
   if (journal != nullptr)
     journal->Note(source, text.c_str());
   else
-    std::cout << '[' << source << "] " << text << '\n';
+    std::printf("[%s] %s\n", source, text.c_str());
 }
 
 }  // namespace ktplugin

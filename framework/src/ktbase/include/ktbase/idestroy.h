@@ -1,8 +1,8 @@
-// qrn::IDestroy: an object that may be destroyed through this face (its
-// virtual destructor). The system destroys objects on its deletion list this
-// way at shutdown.
-//
-// Slots are append-only.
+/// @file
+/// qrn::IDestroy, an object that may be destroyed through this face.
+///
+/// Slots are append-only.
+/// @ingroup system
 #ifndef KTBASE_IDESTROY_H
 #define KTBASE_IDESTROY_H
 
@@ -10,6 +10,12 @@
 
 namespace qrn {
 
+/// An object that may be destroyed through this face (its virtual
+/// destructor). At shutdown the system destroys the objects on its deletion
+/// list this way (qrn::ISystem::RegisterObjectForDeletion()), singletons
+/// included: derive a singleton from it.
+/// @onethread
+/// @ingroup system
 class KTBASE_API IDestroy {
  public:
   virtual ~IDestroy();

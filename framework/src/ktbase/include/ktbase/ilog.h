@@ -1,6 +1,8 @@
-// qrn::fwk::ILog: a sink for plain text.
-//
-// Slots are append-only.
+/// @file
+/// qrn::fwk::ILog, a sink for plain text.
+///
+/// Slots are append-only.
+/// @ingroup diagnostics
 #ifndef KTBASE_ILOG_H
 #define KTBASE_ILOG_H
 
@@ -9,11 +11,17 @@
 namespace qrn {
 namespace fwk {
 
+/// A sink for plain text. ktFileLog implements it over a `FILE*`.
+/// @onethread
+/// @ingroup diagnostics
 class KTBASE_API ILog {
  public:
   virtual ~ILog();
-  // `text` must be a zero-terminated string, never null.
+  /// Writes `text` and a line feed.
+  /// @param text A zero-terminated string, never null.
   virtual void WriteLine(const char* text) = 0;
+  /// Writes `text` as it stands.
+  /// @param text A zero-terminated string, never null.
   virtual void Write(const char* text) = 0;
 };
 

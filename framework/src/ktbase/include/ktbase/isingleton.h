@@ -1,8 +1,8 @@
-// qrn::ISingleton: lifecycle hooks of a singleton service. The system calls
-// Init() once after creating the instance and Term() once before it is
-// destroyed (or when its name is registered anew).
-//
-// Slots are append-only.
+/// @file
+/// qrn::ISingleton, the lifecycle hooks of a singleton service.
+///
+/// Slots are append-only.
+/// @ingroup system
 #ifndef KTBASE_ISINGLETON_H
 #define KTBASE_ISINGLETON_H
 
@@ -10,10 +10,20 @@
 
 namespace qrn {
 
+/// Lifecycle hooks of a singleton service (qrn::ISystem::RegisterSingleton()).
+/// @par Threads
+/// Called on the thread that asked for the singleton, or that ended the
+/// system.
+/// @ingroup system
 class KTBASE_API ISingleton {
  public:
   virtual ~ISingleton();
+  /// Called once, right after the system created the instance, on its first
+  /// qrn::ISystem::GetSingleton(). May ask the system for other singletons,
+  /// its own name included (it gets this instance).
   virtual void Init() = 0;
+  /// Called once before the instance is destroyed at shutdown (in
+  /// ascending name order), or when its name is registered anew.
   virtual void Term() = 0;
 };
 

@@ -1,14 +1,6 @@
-// ktbasesystem: the one system object behind qrn::ISystem.
-//
-// Ownership: the system owns its singletons, every object on its deletion list
-// and its debug service; named objects and components are borrowed or belong
-// to their callers. Not thread-safe.
-//
-// Destruction order (deliberate, plug-ins rely on it):
-//   1. Term() on every singleton instance, in ascending name order;
-//   2. the deletion list, in registration order: through qrn::IDestroy, else
-//      one Release() through qrn::IRefCount, else left alone;
-//   3. the debug service.
+/// @file
+/// ktbasesystem, the one system object behind qrn::ISystem.
+/// @ingroup system
 #ifndef KTBASE_KTBASESYSTEM_H
 #define KTBASE_KTBASESYSTEM_H
 
@@ -23,14 +15,35 @@
 
 class ktdebug;
 
+/// The one system object behind qrn::ISystem, made by qrnInitSystem().
+/// Hosts and plug-ins use it through qrn::ISystem and the entry points of
+/// ktbase.h.
+///
+/// Ownership: the system owns its singletons, every object on its deletion
+/// list and its debug service; named objects and components are borrowed or
+/// belong to their callers.
+///
+/// Destruction order (deliberate, plug-ins rely on it):
+///   1. Term() on every singleton instance, in ascending name order;
+///   2. the deletion list, in registration order: through qrn::IDestroy, else
+///      one Release() through qrn::IRefCount, else left alone;
+///   3. the debug service.
+/// @onethread
+/// @ingroup system
 class KTBASE_API ktbasesystem : public qrn::ISystem, public qrn::IBase {
  public:
+  /// Makes a singleton or a component.
   typedef qrn::IBase* (*Factory)();
+  /// A function run by RunStartupFactories().
   typedef void (*StartupFactory)();
 
-  // Records the flag and argv[0..argc-1] (nothing when argc < 1); argv
-  // entries in that range must not be null.
+  /// Records the flag and the arguments; runs nothing else.
+  /// @param isDCCPlugin See qrnInitSystem().
+  /// @param argc Number of arguments; nothing is read when it is below 1.
+  /// @param argv The arguments (copied); argv[0..argc-1] must not be null.
+  /// @throws std::bad_alloc
   ktbasesystem(bool isDCCPlugin, int argc, char** argv);
+  /// Ends the system in the order given above.
   ~ktbasesystem() override;
 
   ktbasesystem(const ktbasesystem&) = delete;
@@ -52,7 +65,7 @@ class KTBASE_API ktbasesystem : public qrn::ISystem, public qrn::IBase {
   std::string GetPackageRoot() override;
   std::string GetToolPath(const std::string& subDir, const std::string& toolName) override;
 
-  // "Norvex.KTC.BaseSystem".
+  /// @return "Norvex.KTC.BaseSystem".
   const char* GetClsName() override;
 
  private:

@@ -1,8 +1,7 @@
-// BaseSystem::ktconnection: a Boost.Signals2 connection behind
-// qrn::signalling::IConnection.
-//
-// Destroying the wrapper never disconnects. Swap() is deliberately a no-op.
-// Blocked() is true for an empty or disconnected connection.
+/// @file
+/// BaseSystem::ktconnection, a Boost.Signals2 connection behind
+/// qrn::signalling::IConnection.
+/// @ingroup system
 #ifndef KTBASE_KTSIGNALS_H
 #define KTBASE_KTSIGNALS_H
 
@@ -15,11 +14,20 @@
 
 namespace BaseSystem {
 
+/// A Boost.Signals2 connection behind qrn::signalling::IConnection.
+/// Destroying the wrapper never disconnects. Swap() is deliberately a
+/// no-op. Blocked() is true for an empty or disconnected connection. Block()
+/// holds this wrapper's own blocker: a block held through another handle
+/// stays. Nothing here throws but std::bad_alloc.
+/// @onethread
+/// @ingroup system
 class KTBASE_API ktconnection : public qrn::signalling::IConnection, public qrn::IBase {
  public:
-  // Copies the handle; the connection is left as it is. Not explicit, so
-  // `ktconnection c = signal.connect(slot);` compiles.
+  /// Copies the handle; the connection is left as it is. Not explicit, so
+  /// `ktconnection c = signal.connect(slot);` compiles.
+  /// @param connection The handle; may be empty.
   ktconnection(boost::signals2::connection connection);
+  /// Lifts this wrapper's block; never disconnects.
   ~ktconnection() override;
 
   void Disconnect() override;
@@ -28,7 +36,7 @@ class KTBASE_API ktconnection : public qrn::signalling::IConnection, public qrn:
   void Unblock() override;
   bool Blocked() override;
   void Swap(const qrn::signalling::IConnection* other) override;
-  // "System.Signals.Connection".
+  /// @return "System.Signals.Connection".
   const char* GetClsName() override;
 
  private:

@@ -1,4 +1,6 @@
-// Temporary files and folders, and removal helpers.
+/// @file
+/// Temporary files and folders, and removal helpers.
+/// @ingroup paths
 #ifndef KTBASE_KTTEMPFILE_H
 #define KTBASE_KTTEMPFILE_H
 
@@ -6,21 +8,33 @@
 
 #include <string>
 
-// A temporary file named after a target: target + ".tmp".
+/// A temporary file named after a target: target + ".tmp".
+/// @onethread
+/// @ingroup paths
 class KTBASE_API CKTTempFile {
  public:
+  /// No path yet.
+  /// @param deleteOnDestroy True to Delete() the file in the destructor.
   explicit CKTTempFile(bool deleteOnDestroy);
-  // Delete() when constructed with deleteOnDestroy. Never throws.
+  /// Delete() when constructed with deleteOnDestroy. Never throws.
   ~CKTTempFile();
 
-  // Removes the previous file, sets the path to target + ".tmp", and creates
-  // it empty unless the *target* exists and is readable (then false, nothing
-  // created, the path stays set). Never throws.
+  /// Removes the previous file, sets the path to target + ".tmp", and
+  /// creates it empty. Never throws.
+  /// @param target The file the temporary one is named after.
+  /// @return True when the file was created; false when the *target* exists
+  ///   and is readable (nothing is created, the path stays set) or the file
+  ///   cannot be created.
   bool SetPath(const std::string& target);
-  // Removes the file at the path (kept, so a second call is harmless).
+  /// Removes the file at the path (the path is kept, so a second call is
+  /// harmless).
   void Delete();
-  // A placeholder: reads and writes nothing, returns false.
+  /// A placeholder: reads and writes nothing.
+  /// @param source Ignored.
+  /// @return False.
   bool CopyFrom(const std::string& source);
+  /// @return The path; empty before SetPath(). Valid while the object lives
+  ///   and SetPath() is not called.
   const std::string& string();
 
  private:
@@ -28,38 +42,52 @@ class KTBASE_API CKTTempFile {
   std::string m_path;
 };
 
-// Deliberately names no folder: its path is always empty. Kept for callers
-// built against it; do not rely on it for a usable folder.
+/// Deliberately names no folder: its path is always empty. Kept for callers
+/// built against it; do not rely on it for a usable folder.
+/// @onethread
+/// @ingroup paths
 class KTBASE_API CKTTempDir {
  public:
+  /// The empty path.
   CKTTempDir();
-  // Removes the tree at the path when the path is not empty; never throws.
+  /// Removes the tree at the path when the path is not empty; never throws.
   ~CKTTempDir();
+  /// @return The path: always empty.
   const std::string& string();
 
  private:
   std::string m_path;
 };
 
-// True when nothing is at `path` afterwards (or never was); adds the owner's
-// write bit first. Never throws.
+/// Removes a file, adding the owner's write bit first. Never throws.
+/// @param path The file.
+/// @return True when nothing is at `path` afterwards (or never was).
+/// @onethread
+/// @ingroup paths
 KTBASE_API bool KTRemoveFile(const std::string& path);
-// Removes a folder tree, read-only files included. True when nothing is at
-// `path` afterwards. Symbolic links are not followed:
-// - `path` itself a link to a folder: only the link is removed (true);
-//   nothing below its target is deleted or changes permissions;
-// - a link to a folder inside the tree: the link is removed, the linked
-//   folder's contents are left alone;
-// - a link to a file inside the tree: the link is removed, and its target
-//   gains the owner's write bit (deliberate: files are made writable before
-//   removal, and that follows links).
-// Throws boost::filesystem::filesystem_error when `path` cannot be listed
-// (missing, not a folder, no permission), a status cannot be read or a
-// removal fails; what was removed before stays removed.
+/// Removes a folder tree, read-only files included. Symbolic links are not
+/// followed:
+/// - `path` itself a link to a folder: only the link is removed (true);
+///   nothing below its target is deleted or changes permissions;
+/// - a link to a folder inside the tree: the link is removed, the linked
+///   folder's contents are left alone;
+/// - a link to a file inside the tree: the link is removed, and its target
+///   gains the owner's write bit (deliberate: files are made writable before
+///   removal, and that follows links).
+/// @param path The folder.
+/// @return True when nothing is at `path` afterwards.
+/// @throws boost::filesystem::filesystem_error when `path` cannot be listed
+///   (missing, not a folder, no permission), a status cannot be read or a
+///   removal fails; what was removed before stays removed.
+/// @onethread
+/// @ingroup paths
 KTBASE_API bool KTRecursiveDelete(const std::string& path);
-// Adds the owner's write bit (0200) when it is clear; follows links. Throws
-// boost::filesystem::filesystem_error when the status cannot be read or the
-// permissions cannot be changed.
+/// Adds the owner's write bit (0200) when it is clear; follows links.
+/// @param path The file or folder.
+/// @throws boost::filesystem::filesystem_error when the status cannot be
+///   read or the permissions cannot be changed.
+/// @onethread
+/// @ingroup paths
 KTBASE_API void KTMakeWritable(const std::string& path);
 
 #endif  // KTBASE_KTTEMPFILE_H

@@ -114,4 +114,89 @@ TEST_F(PluginHostTest, EveryFixtureGetsItsVerdictAndTheNextScanProbesNothing) {
   EXPECT_EQ(record.uid, "0123ABCD-EF01-2345-6789-ABCDEF012345");
 }
 
+// Every defect a file can have is a status and a reason, never a crash.
+TEST_F(PluginHostTest, ReaderReportsEveryDefectOfAModuleFile) {
+  const std::string good = readFile(std::string(KTTEST_PLUGINS) + "/libgood.so").value();
+  auto find = [&](const std::string& bytes) { return good.find(bytes); };
+  // The record note's header, the info note's type and owner, the PT_NOTE
+  // program header that holds them.
+  const std::size_t note = find(std::string("\x09\0\0\0\x18\0\0\0\x01\0\0\0KtPlugin\0", 21));
+  const std::size_t info = find(std::string("\x02\0\0\0KtPlugin\0", 13)) - 8;
+  ASSERT_NE(note, std::string::npos);
+  std::size_t notePhdr = 0;
+  for (std::size_t at = 64; at < 64 + 56 * 12; at += 56) {
+    std::uint64_t offset, size;
+    std::memcpy(&offset, &good[at + 8], 8);
+    std::memcpy(&size, &good[at + 32], 8);
+    if (good[at] == 4 && offset <= note && note < offset + size) notePhdr = at;
+  }
+  ASSERT_NE(notePhdr, 0u);
+  const struct {
+    const char* what;
+    std::size_t at;  // patched at this offset, or the file cut to this size
+    std::string bytes;
+    RecordStatus status;
+    const char* why;
+  } cases[] = {
+      {"empty file", 0, "cut", RecordStatus::kNotModule, "not an ELF file"},
+      {"magic only", 4, "cut", RecordStatus::kDamaged,
+       "truncated: 4 bytes, its headers describe 16"},
+      {"no header", 40, "cut", RecordStatus::kDamaged,
+       "truncated: 40 bytes, its headers describe 64"},
+      {"class 3", 4, "\x03", RecordStatus::kDamaged, "unknown ELF class 3"},
+      {"big-endian", 5, "\x02", RecordStatus::kOtherTarget, "a big-endian ELF file"},
+      {"byte order 0", 5, std::string(1, '\0'), RecordStatus::kDamaged, "unknown ELF byte order 0"},
+      {"executable", 16, "\x02", RecordStatus::kNotModule,
+       "an ELF file of type 2, not a shared module"},
+      {"arm64", 18, "\xb7", RecordStatus::kOtherTarget,
+       "built for ELF machine 183, this host is x86-64"},
+      {"phentsize", 54, "\x20", RecordStatus::kDamaged, "malformed program headers"},
+      {"phnum 0", 56, std::string(2, '\0'), RecordStatus::kDamaged, "malformed program headers"},
+      {"phnum max", 56, "\xff\xff", RecordStatus::kDamaged, "malformed program headers"},
+      {"shentsize", 58, "\x20", RecordStatus::kDamaged, "malformed section headers"},
+      {"phoff far", 39, "\x70", RecordStatus::kDamaged, "truncated: "},
+      {"shoff far", 47, "\x70", RecordStatus::kDamaged, "truncated: "},
+      {"segment past end", notePhdr + 39, "\x01", RecordStatus::kDamaged, "truncated: "},
+      {"segment wraps", notePhdr + 8, std::string(8, '\xff'), RecordStatus::kDamaged,
+       "malformed program headers"},
+      {"name size", note, "\xff\xff\xff\xff", RecordStatus::kDamaged,
+       "a note runs past its segment"},
+      {"desc size", note + 4, "\xf0\xff\xff\x7f", RecordStatus::kDamaged,
+       "a note runs past its segment"},
+      {"format 0", note + 24, std::string(1, '\0'), RecordStatus::kDamaged,
+       "malformed plug-in record"},
+      {"version text", note + 32, std::string(16, 'x'), RecordStatus::kDamaged,
+       "malformed plug-in record"},
+      {"identifier", info + 12 + 12 + 8, "+", RecordStatus::kDamaged,
+       "malformed plug-in name or identifier"},
+      {"unterminated name", info + 4, "\x29", RecordStatus::kDamaged,
+       "malformed plug-in name or identifier"},
+      {"other type", note + 8, "\x07", RecordStatus::kNoRecord, ""},
+      {"other owner", note + 12, "k", RecordStatus::kNoRecord, ""},
+      {"8-aligned segment", notePhdr + 48, "\x08", RecordStatus::kNoRecord, ""},
+  };
+  for (const auto& c : cases) {
+    SCOPED_TRACE(c.what);
+    std::string bytes = good;
+    if (c.bytes == "cut")
+      bytes.resize(c.at);
+    else
+      bytes.replace(c.at, c.bytes.size(), c.bytes);
+    ktpluginhost::PluginRecord record{true, 7, "x", "y", "z"};
+    std::string why = "stale";
+    EXPECT_EQ(ktpluginhost::ReadPluginRecord(writeFile("module.so", bytes), record, why), c.status);
+    EXPECT_TRUE(StartsWith(why, c.why)) << why;
+    EXPECT_EQ(why.empty(), c.why[0] == '\0') << why;
+    EXPECT_EQ(record.present, false);
+    EXPECT_EQ(record.ktbaseVersion, "");
+  }
+  ktpluginhost::PluginRecord record;
+  std::string why;
+  EXPECT_EQ(ktpluginhost::ReadPluginRecord(path("nowhere.so"), record, why),
+            RecordStatus::kUnreadable);
+  EXPECT_EQ(why, "cannot be opened: No such file or directory");
+  EXPECT_EQ(ktpluginhost::ReadPluginRecord(path("plugins"), record, why), RecordStatus::kNotModule);
+  EXPECT_EQ(why, "not a regular file");
+}
+
 }  // namespace

@@ -199,4 +199,136 @@ TEST_F(PluginHostTest, ReaderReportsEveryDefectOfAModuleFile) {
   EXPECT_EQ(why, "not a regular file");
 }
 
+// A cache line that matches the module and says "crashed" is honoured; any
+// damage to the file makes every module probed again.
+TEST_F(PluginHostTest, DamagedCacheMeansARescan) {
+  Add({"libgood.so"});
+  const std::string module = path("plugins/libgood.so");
+  struct stat info {};
+  ASSERT_EQ(stat(module.c_str(), &info), 0);
+  const std::string header = "ktpluginhost-verdicts 1\n";
+  const std::string key = std::to_string(info.st_dev) + "\t" + std::to_string(info.st_ino) + "\t" +
+                          std::to_string(info.st_size) + "\t" +
+                          std::to_string(info.st_mtim.tv_sec * 1000000000LL + info.st_mtim.tv_nsec);
+  const std::string line = module + "\t" + key + "\tcrashed\t1\t1\t1.0.0\tn\\\\a\\tm\\ne\tu\twhy\n";
+  const struct {
+    const char* what;
+    std::string text;
+    bool honoured;
+  } cases[] = {
+      {"valid", header + line, true},
+      {"valid, other entries too", header + "/x.so\t1\t2\t3\t-4\tgood\t0\t0\t\t\t\t\n" + line,
+       true},
+      {"empty", "", false},
+      {"header only, cut", header.substr(0, 10), false},
+      {"other format", "ktpluginhost-verdicts 2\n" + line, false},
+      {"cut in the line", header + line.substr(0, line.size() - 3), false},
+      {"a field missing", header + module + "\t" + key + "\tcrashed\t1\t1\t1.0.0\tn\twhy\n", false},
+      {"unknown verdict", header + module + "\t" + key + "\tbroken\t1\t1\t1.0.0\tn\tu\twhy\n",
+       false},
+      {"bad number", header + module + "\t" + key + "x\tcrashed\t1\t1\t1.0.0\tn\tu\twhy\n", false},
+      {"signed size", header + module + "\t-" + key + "\tcrashed\t1\t1\t1.0.0\tn\tu\twhy\n", false},
+      {"bad flag", header + module + "\t" + key + "\tcrashed\t2\t1\t1.0.0\tn\tu\twhy\n", false},
+      {"bad escape", header + module + "\t" + key + "\tcrashed\t1\t1\t1.0.0\tn\\q\tu\twhy\n",
+       false},
+      {"escape at end", header + module + "\t" + key + "\tcrashed\t1\t1\t1.0.0\tn\tu\twhy\\\n",
+       false},
+      {"empty path", header + "\t" + key + "\tcrashed\t1\t1\t1.0.0\tn\tu\twhy\n", false},
+      {"binary", std::string("\0\xff\n\t\\", 5), false},
+  };
+  for (const auto& c : cases) {
+    SCOPED_TRACE(c.what);
+    writeFile("verdicts.cache", c.text);
+    const ktpluginhost::ScanResult scan = PluginHost(Options()).Scan(path("plugins"));
+    ASSERT_EQ(scan.plugins.size(), 1u);
+    EXPECT_EQ(scan.probes, c.honoured ? 0 : 1);
+    EXPECT_EQ(scan.plugins[0].verdict, c.honoured ? Verdict::kCrashed : Verdict::kGood);
+    if (c.honoured) {
+      EXPECT_EQ(scan.plugins[0].record.name, "n\\a\tm\ne");
+      EXPECT_EQ(scan.plugins[0].reason, "why");
+      EXPECT_EQ(readFile(path("verdicts.cache")), c.text);  // unchanged: not rewritten
+    }
+    // Rewritten whole when damaged: read back without a probe.
+    EXPECT_EQ(PluginHost(Options()).Scan(path("plugins")).probes, 0);
+  }
+}
+
+TEST_F(PluginHostTest, ForgetRescanAndRemovedModules) {
+  Add({"libgood.so", "libthrows.so"});
+  const std::string good = path("plugins/libgood.so"), throws = path("plugins/libthrows.so");
+  EXPECT_EQ(PluginHost(Options()).Scan(path("plugins")).probes, 2);
+  {
+    PluginHost host(Options());
+    EXPECT_TRUE(host.Forget(path("plugins/./libthrows.so")));  // the same file
+    EXPECT_FALSE(host.Forget(path("plugins/libnone.so")));
+    EXPECT_FALSE(host.Forget(throws));
+  }
+  ktpluginhost::ScanResult scan = PluginHost(Options()).Scan(path("plugins"));
+  EXPECT_EQ(scan.probes, 1);
+  EXPECT_TRUE(scan.plugins[1].probed);
+  EXPECT_EQ(PluginHost(Options(true)).Scan(path("plugins")).probes, 2);
+
+  // A changed module is probed again; a removed one leaves the cache.
+  writeFile("plugins/libthrows.so", readFile(std::string(KTTEST_PLUGINS) + "/libexit.so").value());
+  scan = PluginHost(Options()).Scan(path("plugins"));
+  EXPECT_EQ(scan.probes, 1);
+  EXPECT_EQ(scan.plugins[1].verdict, Verdict::kCrashed);
+  fs::remove(good);
+  PluginHost(Options()).Scan(path("plugins"));
+  EXPECT_EQ(readFile(path("verdicts.cache")).value().find(good), std::string::npos);
+  EXPECT_NE(readFile(path("verdicts.cache")).value().find(throws), std::string::npos);
+}
+
+TEST_F(PluginHostTest, LoadRunsGoodModulesAndRemembersFailures) {
+  Add({"libgood.so", "libthrows.so"});
+  fs::create_symlink(path("plugins/libgood.so"), path("plugins/libgood_link.so"));
+  qrn::ISystem* system = qrnInitSystem(false, 0, nullptr);
+  PluginHost host(Options());
+  ktpluginhost::ScanResult scan = host.Scan(path("plugins"));
+  ASSERT_EQ(scan.plugins.size(), 3u);
+  const struct {
+    std::size_t index;
+    ktpluginhost::LoadResult::Outcome outcome;
+    std::string message;
+  } cases[] = {
+      {0, ktpluginhost::LoadResult::kLoaded, ""},
+      {1, ktpluginhost::LoadResult::kSkipped, "same module as " + path("plugins/libgood.so")},
+      {2, ktpluginhost::LoadResult::kFailed, "not loaded: its verdict is failed"},
+  };
+  for (const auto& c : cases) {
+    SCOPED_TRACE(c.index);
+    const ktpluginhost::LoadResult load = host.Load(scan.plugins[c.index], system);
+    EXPECT_EQ(load.outcome, c.outcome);
+    EXPECT_EQ(load.message, c.message);
+    EXPECT_FALSE(fs::exists(path("verdicts.cache.loading")));
+  }
+  EXPECT_EQ(Log(), "good\ngood\nthrows\ngood\n");  // three probes, one load here
+  system->RunStartupFactories();
+  EXPECT_EQ(Log(), "good\ngood\nthrows\ngood\ngood started\n");
+
+  // A module that fails in the host, though its probe passed, is remembered.
+  ktpluginhost::PluginInfo forged = scan.plugins[2];
+  forged.verdict = Verdict::kGood;
+  const ktpluginhost::LoadResult load = host.Load(forged, system);
+  EXPECT_EQ(load.outcome, ktpluginhost::LoadResult::kFailed);
+  EXPECT_EQ(load.message, "KtPluginEntry() threw: no licence for this plug-in");
+  EXPECT_EQ(load.version, 1);
+  scan = PluginHost(Options()).Scan(path("plugins"));
+  EXPECT_EQ(scan.probes, 0);
+  EXPECT_EQ(scan.plugins[2].reason, "KtPluginEntry() threw: no licence for this plug-in");
+  qrnExitSystem();
+
+  // Without its probe a host judges nothing, and remembers nothing.
+  PluginHost::Options options = Options(true);
+  options.probeProgram = path("no-probe");
+  for (int start = 0; start < 2; ++start) {
+    scan = PluginHost(options).Scan(path("plugins"));
+    EXPECT_EQ(scan.plugins[0].verdict, Verdict::kFailed);
+    EXPECT_EQ(scan.plugins[0].reason,
+              "cannot start the probe " + path("no-probe") + ": No such file or directory");
+  }
+  EXPECT_EQ(PluginHost(Options()).Scan(path("nowhere")).error,
+            "plug-in folder " + path("nowhere") + " does not exist");
+}
+
 }  // namespace

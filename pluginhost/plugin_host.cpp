@@ -97,7 +97,7 @@ struct PluginHost::Impl {
     }
     const ProbeAnswer answer = RunProbe(options.probeProgram, info.path, options.probeTimeoutMs);
     ++result.probes;
-    info.probed = true;
+    info.source = VerdictSource::kProbe;
     info.verdict = answer.verdict;
     info.reason = answer.reason;
     remember = answer.aboutModule;
@@ -149,6 +149,7 @@ ScanResult PluginHost::Scan(const std::string& folder) {
         info.record = entry->record;
         info.verdict = entry->verdict;
         info.reason = entry->reason;
+        info.source = VerdictSource::kCache;
         ++result.cached;
       } else {
         bool remember = true;

@@ -45,6 +45,12 @@ std::string Quote(const std::string& text) {
   return out + '"';
 }
 
+const char* SourceName(ktpluginhost::VerdictSource source) {
+  return source == ktpluginhost::VerdictSource::kProbe   ? "probe"
+         : source == ktpluginhost::VerdictSource::kCache ? "cache"
+                                                         : "file";
+}
+
 const char* LoadName(const ktpluginhost::PluginInfo& plugin, const ktpluginhost::LoadResult& load) {
   if (plugin.verdict != ktpluginhost::Verdict::kGood) return "not loaded";
   return load.outcome == ktpluginhost::LoadResult::kLoaded    ? "loaded"
@@ -76,9 +82,9 @@ std::string PluginsJson(const PluginRun& run) {
                       ", \"name\": " + Quote(record.name) + ", \"uid\": " + Quote(record.uid) + "}"
                 : std::string("null");
     json += std::string(", \"verdict\": \"") + ktpluginhost::VerdictName(plugin.verdict) +
-            "\", \"reason\": " + Quote(plugin.reason) +
-            ", \"probed\": " + (plugin.probed ? "true" : "false") + ", \"load\": \"" +
-            LoadName(plugin, load) + "\", \"loadMessage\": " +
+            "\", \"reason\": " + Quote(plugin.reason) + ", \"source\": \"" +
+            SourceName(plugin.source) + "\", \"load\": \"" + LoadName(plugin, load) +
+            "\", \"loadMessage\": " +
             Quote(load.outcome == ktpluginhost::LoadResult::kLoaded ? "" : load.message) + "}";
   }
   return json + (scan.plugins.empty() ? "]}\n" : "\n]}\n");

@@ -10,8 +10,8 @@ namespace kthost {
 
 // {"folder", "origin", "cache", "error", "seconds", "probes", "cached",
 //  "hostCrashedIn", "plugins": [{"path", "record": {...} | null, "verdict",
-//  "reason", "probed", "load": "loaded" | "skipped" | "failed" | "not loaded",
-//  "loadMessage"}]}, ending with a line feed. Bytes that are not UTF-8 are
+//  "reason", "source": "probe" | "cache" | "file", "load": "loaded" | "skipped" | "failed" | "not
+//  loaded", "loadMessage"}]}, ending with a line feed. Bytes that are not UTF-8 are
 // written as U+FFFD, so the document is always valid JSON.
 std::string PluginsJson(const PluginRun& run);
 

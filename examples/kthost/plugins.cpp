@@ -7,8 +7,12 @@ namespace kthost {
 
 namespace {
 
-std::string RecordText(const ktpluginhost::PluginRecord& record) {
-  if (!record.present) return "none (built before plug-in records)";
+std::string RecordText(const ktpluginhost::PluginInfo& plugin) {
+  const ktpluginhost::PluginRecord& record = plugin.record;
+  if (!record.present)
+    return plugin.verdict == ktpluginhost::Verdict::kInvalid
+               ? "none"
+               : "none (built before plug-in records)";
   std::string text = "plug-in interface " + std::to_string(record.interfaceVersion) + ", ktbase " +
                      record.ktbaseVersion;
   if (!record.name.empty()) text += ", \"" + record.name + "\"";
@@ -18,7 +22,9 @@ std::string RecordText(const ktpluginhost::PluginRecord& record) {
 
 std::string VerdictText(const ktpluginhost::PluginInfo& plugin) {
   std::string text = ktpluginhost::VerdictName(plugin.verdict);
-  text += plugin.probed ? " (probed now)" : " (from the cache)";
+  text += plugin.source == ktpluginhost::VerdictSource::kProbe   ? " (probed now)"
+          : plugin.source == ktpluginhost::VerdictSource::kCache ? " (from the cache)"
+                                                                 : " (from the file)";
   return plugin.reason.empty() ? text : text + ": " + plugin.reason;
 }
 
@@ -69,14 +75,15 @@ bool RunPlugins(Report& report, const Options& options, RecordingSystem& view, P
   for (const ktpluginhost::PluginInfo& plugin : scan.plugins) {
     const std::string name = FileNameOf(plugin.path);
     report.Row("module", name);
-    report.Row("record", RecordText(plugin.record), 1);
+    report.Row("record", RecordText(plugin), 1);
     report.Row("verdict", VerdictText(plugin), 1);
     ktpluginhost::LoadResult load;
     if (plugin.verdict != ktpluginhost::Verdict::kGood) {
       load.message = "not loaded";
       ++counts[ktpluginhost::VerdictName(plugin.verdict)];
     } else {
-      // The entry's own notes follow this row.
+      // The entry's own notes follow; a crash in it leaves these rows shown.
+      report.Flush();
       view.SetOwner(name);
       load = host.Load(plugin, &view);
       switch (load.outcome) {

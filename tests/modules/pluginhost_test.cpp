@@ -98,8 +98,11 @@ TEST_F(PluginHostTest, EveryFixtureGetsItsVerdictAndTheNextScanProbesNothing) {
       EXPECT_TRUE(StartsWith(plugin.reason, cases[i].reason)) << plugin.reason;
       EXPECT_EQ(plugin.reason.empty(), cases[i].reason[0] == '\0');
       EXPECT_EQ(plugin.record.present, cases[i].record);
-      EXPECT_EQ(plugin.probed, start == 1 && cases[i].verdict != Verdict::kInvalid &&
-                                   cases[i].verdict != Verdict::kRefused);
+      const bool fromFile =
+          cases[i].verdict == Verdict::kInvalid || cases[i].verdict == Verdict::kRefused;
+      EXPECT_EQ(plugin.source, start == 2 ? ktpluginhost::VerdictSource::kCache
+                               : fromFile ? ktpluginhost::VerdictSource::kFile
+                                          : ktpluginhost::VerdictSource::kProbe);
     }
     // Each probe loaded its module in a child; the wrong version never ran.
     EXPECT_EQ(Log(), "abort\nexit\ngood\nloop\nno_entry\nno_record\nsegv\nthrows\n");
@@ -265,7 +268,7 @@ TEST_F(PluginHostTest, ForgetRescanAndRemovedModules) {
   }
   ktpluginhost::ScanResult scan = PluginHost(Options()).Scan(path("plugins"));
   EXPECT_EQ(scan.probes, 1);
-  EXPECT_TRUE(scan.plugins[1].probed);
+  EXPECT_EQ(scan.plugins[1].source, ktpluginhost::VerdictSource::kProbe);
   EXPECT_EQ(PluginHost(Options(true)).Scan(path("plugins")).probes, 2);
 
   // A changed module is probed again; a removed one leaves the cache.

@@ -51,6 +51,8 @@ set(elf_files
   "bin/linux_intel.release/liblogmanager.so=$ORIGIN"
   "bin/linux_intel.release/kthost=$ORIGIN"
   "bin/linux_intel.release/ktprefs=$ORIGIN"
+  "bin/linux_intel.release/libktpluginhost.so=$ORIGIN"
+  "bin/linux_intel.release/ktplugin-probe=$ORIGIN"
   "plugins/libexample_greeter.so=$ORIGIN/../bin/linux_intel.release"
   "plugins/libexample_welcome.so=$ORIGIN/../bin/linux_intel.release")
 if(PYTHON_MODULE)
@@ -68,6 +70,7 @@ foreach(entry IN LISTS elf_files)
 endforeach()
 foreach(file
     include/ktbase/ktbase.h include/ktbase/ktplugin.h include/ktbase/moduleutils.h
+    include/ktbase/ktpluginhost.h lib/pkgconfig/ktpluginhost.pc
     include/logmanager/log.h lib/cmake/ktbase/ktbaseConfig.cmake
     lib/cmake/ktbase/ktbaseConfigVersion.cmake lib/pkgconfig/ktbase.pc site.prefs)
   if(NOT EXISTS "${prefix}/${file}")
@@ -82,7 +85,7 @@ endif()
 # (Plugins.Path=<ROOT_DIR>/plugins).
 run("${bin}/kthost" --strict)
 expect("folder ${prefix}/plugins (preference Plugins.Path, tokens expanded)")
-expect("loaded libexample_greeter.so")
+expect("module libexample_greeter.so\n record plug-in interface 1, ktbase ")
 expect("welcome: startup: found Example.GreetingService by name: Hello, world!")
 run("${bin}/ktprefs" get Plugins.Path)
 expect("${prefix}/plugins\n")
@@ -109,9 +112,14 @@ foreach(mode package pkg-config)
       "-DCMAKE_MODULE_LINKER_FLAGS=${LINKER_FLAGS}" ${how})
   run("${CMAKE_COMMAND}" --build "${build}")
   run("${bin}/kthost" --plugins "${build}/plugins" --strict)
-  expect("loaded libconsumer_plugin.so")
+  expect("module libconsumer_plugin.so")
+  expect("loaded plug-in interface 1")
   expect("consumer: entry (${mode})")
   expect("consumer: startup in root ${prefix}")
   expect("consumer: Term")
+  # The kit from the installed prefix: its probe, its cache below TMPDIR.
+  run("${build}/consumer_host" "${build}/plugins")
+  expect("good ${build}/plugins/libconsumer_plugin.so loaded\n")
+  expect("[consumer] startup in root ${prefix}")
 endforeach()
 message(STATUS "consumer test passed: ${prefix}")

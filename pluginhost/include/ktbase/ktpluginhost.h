@@ -85,6 +85,13 @@ enum class Verdict {
 /// @return A static text; never null.
 KTPLUGINHOST_API const char* VerdictName(Verdict verdict);
 
+/// Where a verdict came from.
+enum class VerdictSource {
+  kCache,  ///< The cache: the file has not changed since it was judged.
+  kFile,   ///< The file alone (its record, or what it is), read by this scan.
+  kProbe,  ///< A probe this scan ran.
+};
+
 /// One module of a scanned folder.
 struct PluginInfo {
   std::string path;                    ///< The module file.
@@ -93,7 +100,7 @@ struct PluginInfo {
   /// Why, for every verdict but kGood; for kGood, "no record" when the
   /// module has none, else empty.
   std::string reason;
-  bool probed = false;  ///< Probed by this scan (else the verdict came from the cache or the file).
+  VerdictSource source = VerdictSource::kFile;  ///< Where the verdict came from.
 };
 
 /// What PluginHost::Scan() found.

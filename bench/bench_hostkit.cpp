@@ -99,7 +99,8 @@ double StartWithoutKit(const std::string& folder) {
         handle ? ModuleUtils::GetLibraryFunc(handle, ktplugin::kVersionName) : nullptr);
     auto entry = reinterpret_cast<ktplugin::EntryFunction>(
         handle ? ModuleUtils::GetLibraryFunc(handle, ktplugin::kEntryName) : nullptr);
-    if (version == nullptr || entry == nullptr || version() != ktplugin::kInterfaceVersion) continue;
+    if (version == nullptr || entry == nullptr || version() != ktplugin::kInterfaceVersion)
+      continue;
     entry(system);
     ++entered;
   }
@@ -196,7 +197,8 @@ int main(int argc, char** argv) {
   // Warm the cache once: the start measured is the second one.
   const ktpluginhost::ScanResult warm =
       ktpluginhost::PluginHost(KitOptions(g_base + "/warm.cache")).Scan(g_base + "/mixed");
-  if (warm.probes != 105) std::fprintf(stderr, "ktbase_bench_hostkit: warming probed %d\n", warm.probes);
+  if (warm.probes != 105)
+    std::fprintf(stderr, "ktbase_bench_hostkit: warming probed %d\n", warm.probes);
 
   benchmark::RegisterBenchmark("BM_PluginRecord/read_1000/floor", ReadRecords, true);
   benchmark::RegisterBenchmark("BM_PluginRecord/read_1000/ktbase", ReadRecords, false);

@@ -31,8 +31,8 @@ bool LibelfRecord(std::vector<char>& image, bool& found, int& version, std::stri
     GElf_Phdr phdr;
     if (gelf_getphdr(elf, static_cast<int>(i), &phdr) == nullptr) ok = false;
     if (!ok || phdr.p_type != PT_NOTE || phdr.p_align > 4) continue;
-    Elf_Data* data = elf_getdata_rawchunk(elf, static_cast<int64_t>(phdr.p_offset),
-                                          phdr.p_filesz, ELF_T_NHDR);
+    Elf_Data* data =
+        elf_getdata_rawchunk(elf, static_cast<int64_t>(phdr.p_offset), phdr.p_filesz, ELF_T_NHDR);
     if (data == nullptr) continue;
     GElf_Nhdr note;
     std::size_t nameAt = 0, descAt = 0;

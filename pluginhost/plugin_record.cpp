@@ -185,8 +185,11 @@ struct Reader {
 
   bool TakeInfo(const unsigned char* desc, std::uint64_t size) {
     if (!record.uid.empty() || size < 41) return false;
-    return Text(desc, 40, record.uid) && KtUID::IsUID(record.uid.c_str()) &&
-           Text(desc + 40, size - 40, record.name);
+    if (!Text(desc, 40, record.uid) || !KtUID::IsUID(record.uid.c_str())) return false;
+    char canonical[37];  // upper case, whatever case the plug-in wrote
+    KtUID(record.uid.c_str(), true).GetStr(canonical);
+    record.uid = canonical;
+    return Text(desc + 40, size - 40, record.name);
   }
 };
 

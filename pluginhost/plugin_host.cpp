@@ -7,6 +7,7 @@
 #include <chrono>
 #include <exception>
 #include <filesystem>
+#include <map>
 #include <set>
 #include <utility>
 
@@ -107,12 +108,13 @@ struct PluginHost::Impl {
   Options options;
   VerdictCache cache;
   std::vector<std::pair<void*, std::string>> loaded;  // handle, path
+  std::map<std::string, FileKey> scanned;             // by the last Scan()
 };
 
 PluginHost::PluginHost(const Options& options) : m_impl(new Impl(options)) {
   if (!options.rescan) m_impl->cache.Load();
   // A rescan forgets the note of a module the host died loading, too.
-  if (options.rescan) m_impl->cache.ClearLoading();
+  if (options.rescan) m_impl->cache.RemoveLoadingNote();
 }
 
 PluginHost::PluginHost() : PluginHost(Options()) {}
@@ -142,10 +144,13 @@ ScanResult PluginHost::Scan(const std::string& folder) {
       PluginInfo info;
       info.path = module;
       FileKey key;
-      if (!KeyOf(module, key)) {
+      const bool exists = KeyOf(module, key);
+      if (exists) m_impl->scanned[module] = key;
+      const CacheEntry* entry = exists ? cache.Find(module, key) : nullptr;
+      if (!exists) {
         info.verdict = Verdict::kInvalid;
         info.reason = "cannot be read: it vanished or is a broken link";
-      } else if (const CacheEntry* entry = cache.Find(module, key)) {
+      } else if (entry != nullptr) {
         info.record = entry->record;
         info.verdict = entry->verdict;
         info.reason = entry->reason;
@@ -172,8 +177,13 @@ LoadResult PluginHost::Load(const PluginInfo& plugin, qrn::ISystem* system) {
     return result;
   }
   VerdictCache& cache = m_impl->cache;
+  // The key the scan saw: a module changed since then is blamed under its
+  // old key, so a crash does not block the changed file.
+  const auto scanned = m_impl->scanned.find(plugin.path);
   FileKey key;
-  if (!KeyOf(plugin.path, key)) {
+  if (scanned != m_impl->scanned.end()) {
+    key = scanned->second;
+  } else if (!KeyOf(plugin.path, key)) {
     result.message = "cannot be read: it vanished or is a broken link";
     return result;
   }

@@ -211,26 +211,40 @@ void VerdictCache::Prune(const std::string& folder, const std::set<std::string>&
   }
 }
 
+VerdictCache::~VerdictCache() {
+  if (m_noteFd >= 0 && !m_notePending) RemoveLoadingNote();
+  if (m_noteFd >= 0) close(m_noteFd);
+}
+
 void VerdictCache::NoteLoading(const std::string& path, const FileKey& key) {
   if (m_file.empty()) return;
+  if (m_noteFd < 0)
+    m_noteFd = open((m_file + ".loading").c_str(), O_WRONLY | O_CREAT | O_CLOEXEC, 0644);
+  if (m_noteFd < 0) return;
   CacheEntry entry;
   entry.key = key;
   const std::string text = kHeader + Line(path, entry);
   // No sync: the note only has to outlive this process, not the machine.
-  std::FILE* stream = std::fopen((m_file + ".loading").c_str(), "wbe");
-  if (stream == nullptr) return;
-  std::fwrite(text.data(), 1, text.size(), stream);
-  std::fclose(stream);
+  m_notePending =
+      pwrite(m_noteFd, text.data(), text.size(), 0) == static_cast<ssize_t>(text.size()) &&
+      ftruncate(m_noteFd, static_cast<off_t>(text.size())) == 0;
 }
 
 void VerdictCache::ClearLoading() {
+  if (m_noteFd >= 0 && m_notePending) m_notePending = ftruncate(m_noteFd, 0) != 0;
+}
+
+void VerdictCache::RemoveLoadingNote() {
+  if (m_noteFd >= 0) close(m_noteFd);
+  m_noteFd = -1;
+  m_notePending = false;
   if (!m_file.empty()) unlink((m_file + ".loading").c_str());
 }
 
 bool VerdictCache::TakeLoadingNote(std::string& path, FileKey& key) {
   std::string text;
   if (m_file.empty() || !ReadFile(m_file + ".loading", text)) return false;
-  ClearLoading();
+  RemoveLoadingNote();
   std::map<std::string, CacheEntry> note;
   if (!Parse(text, note) || note.size() != 1) return false;
   path = note.begin()->first;

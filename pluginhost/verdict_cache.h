@@ -38,6 +38,10 @@ class VerdictCache {
  public:
   // An empty `file` means no cache: nothing is read or written.
   explicit VerdictCache(std::string file) : m_file(std::move(file)) {}
+  // Removes the note file when no note is pending.
+  ~VerdictCache();
+  VerdictCache(const VerdictCache&) = delete;
+  VerdictCache& operator=(const VerdictCache&) = delete;
 
   // Reads the file. A missing file is an empty cache; so is a damaged one
   // (every module is probed again and the file rewritten).
@@ -54,11 +58,15 @@ class VerdictCache {
   // Drops entries of files directly in `folder` that are not in `present`.
   void Prune(const std::string& folder, const std::set<std::string>& present);
 
-  // The note that this process is loading `path`, in "<file>.loading".
+  // The note that this process is loading `path`, in "<file>.loading"; an
+  // empty file is no note. The file stays open between loads: a note and its
+  // clearing cost a write and a truncation, not a file each.
   void NoteLoading(const std::string& path, const FileKey& key);
   void ClearLoading();
   // Reads and removes a note left by a process that died while loading.
   bool TakeLoadingNote(std::string& path, FileKey& key);
+  // Removes the note file (after closing it, when open).
+  void RemoveLoadingNote();
 
   const std::string& File() const { return m_file; }
 
@@ -66,6 +74,8 @@ class VerdictCache {
   std::string m_file;
   std::map<std::string, CacheEntry> m_entries;
   bool m_changed = false;
+  int m_noteFd = -1;
+  bool m_notePending = false;
 };
 
 // The cache's text: one header line, then one line per entry (exposed for

@@ -137,6 +137,7 @@ TEST_F(ProductTest, BadModulesAreProbedOnceAndNeverLoaded) {
        "verdict invalid (from the file): not an ELF file",
        "summary 1 loaded, 1 refused, 1 invalid, 2 failed, 2 crashed"}));
   EXPECT_EQ(readFile(path("load.log")), "exit\ngood\nsegv\nthrows\ngood\ngood started\n");
+  EXPECT_FALSE(fs::exists(path("tmp/Norvex/Tessel/plugins-interface-1.cache.loading")));
   EXPECT_EQ(1, Host({"--plugins", folder, "--strict"}).status);
 
   fs::remove(path("load.log"));

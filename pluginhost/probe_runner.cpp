@@ -30,6 +30,12 @@ int MillisecondsLeft(Clock::time_point deadline) {
 // Starts the probe; its pid, or -1 with `error` set.
 pid_t Spawn(const std::string& program, const std::string& module, int answerFd,
             std::string& error) {
+  // Checked first: where posix_spawn forks (under valgrind, for one), a
+  // failed exec would look like a probe that exited with status 127.
+  if (access(program.c_str(), X_OK) != 0) {
+    error = "cannot start the probe " + program + ": " + std::strerror(errno);
+    return -1;
+  }
   posix_spawn_file_actions_t actions;
   posix_spawnattr_t attributes;
   posix_spawn_file_actions_init(&actions);

@@ -28,9 +28,12 @@ std::string VerdictText(const ktpluginhost::PluginInfo& plugin) {
   return plugin.reason.empty() ? text : text + ": " + plugin.reason;
 }
 
-std::string Seconds(double seconds) {
+std::string Duration(double seconds) {
   char text[32];
-  std::snprintf(text, sizeof text, "%.3f s", seconds);
+  if (seconds < 1.0)
+    std::snprintf(text, sizeof text, "%.1f ms", seconds * 1e3);
+  else
+    std::snprintf(text, sizeof text, "%.2f s", seconds);
   return text;
 }
 
@@ -66,7 +69,7 @@ bool RunPlugins(Report& report, const Options& options, RecordingSystem& view, P
     report.Row("error", scan.error);
     return false;
   }
-  report.Row("scan", std::to_string(scan.plugins.size()) + " modules in " + Seconds(scan.seconds) +
+  report.Row("scan", std::to_string(scan.plugins.size()) + " modules in " + Duration(scan.seconds) +
                          ": " + std::to_string(scan.probes) + " probed, " +
                          std::to_string(scan.cached) + " from the cache");
   if (scan.plugins.empty()) report.Row("modules", "none (no file ending in .so)");

@@ -165,7 +165,7 @@ ScanResult PluginHost::Scan(const std::string& folder) {
     }
     cache.Prune(folder, std::set<std::string>(modules.begin(), modules.end()));
   }
-  cache.Save();
+  cache.Save(result.cacheError);
   result.seconds = std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
   return result;
 }
@@ -208,7 +208,8 @@ LoadResult PluginHost::Load(const PluginInfo& plugin, qrn::ISystem* system) {
   if (!ok) {
     cache.Put(plugin.path, CacheEntry{key, verdict == Verdict::kGood ? Verdict::kFailed : verdict,
                                       result.message, plugin.record});
-    cache.Save();
+    std::string ignored;  // the verdict is in memory; the next save retries
+    cache.Save(ignored);
     return result;
   }
   result.outcome = LoadResult::kLoaded;
@@ -218,7 +219,8 @@ LoadResult PluginHost::Load(const PluginInfo& plugin, qrn::ISystem* system) {
 
 bool PluginHost::Forget(const std::string& modulePath) {
   const bool forgot = m_impl->cache.Forget(modulePath);
-  m_impl->cache.Save();
+  std::string ignored;  // the next save retries
+  m_impl->cache.Save(ignored);
   return forgot;
 }
 

@@ -7,6 +7,7 @@
 #include <cerrno>
 #include <charconv>
 #include <cstdio>
+#include <cstring>
 #include <filesystem>
 #include <vector>
 
@@ -168,9 +169,12 @@ void VerdictCache::Load() {
   m_changed = !Parse(text, m_entries);  // a damaged file is rewritten
 }
 
-bool VerdictCache::Save() {
+bool VerdictCache::Save(std::string& error) {
   if (m_file.empty() || !m_changed) return true;
-  if (!WriteAtomically(m_file, Format(m_entries))) return false;
+  if (!WriteAtomically(m_file, Format(m_entries))) {
+    error = "cannot write the cache " + m_file + ": " + std::strerror(errno);
+    return false;
+  }
   m_changed = false;
   return true;
 }

@@ -47,8 +47,9 @@ class VerdictCache {
   // (every module is probed again and the file rewritten).
   void Load();
   // Writes the file when an entry changed since Load(): a temporary file in
-  // the same folder, synced, then renamed over it. False when it cannot.
-  bool Save();
+  // the same folder, synced, then renamed over it. False, with a one-line
+  // `error`, when it cannot (the entries stay, to be written next time).
+  bool Save(std::string& error);
 
   // The entry of `path` when its key is still `key`, else null.
   const CacheEntry* Find(const std::string& path, const FileKey& key) const;

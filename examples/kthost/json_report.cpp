@@ -68,7 +68,8 @@ std::string PluginsJson(const PluginRun& run) {
                      ", \"cache\": " + Quote(run.cacheFile) + ", \"error\": " + Quote(scan.error) +
                      ", \"seconds\": " + seconds + ", \"probes\": " + std::to_string(scan.probes) +
                      ", \"cached\": " + std::to_string(scan.cached) +
-                     ", \"hostCrashedIn\": " + Quote(scan.hostCrashedIn) + ", \"plugins\": [";
+                     ", \"hostCrashedIn\": " + Quote(scan.hostCrashedIn) +
+                     ", \"cacheError\": " + Quote(scan.cacheError) + ", \"plugins\": [";
   for (std::size_t i = 0; i < scan.plugins.size(); ++i) {
     const ktpluginhost::PluginInfo& plugin = scan.plugins[i];
     const ktpluginhost::PluginRecord& record = plugin.record;

@@ -9,7 +9,7 @@
 namespace kthost {
 
 // {"folder", "origin", "cache", "error", "seconds", "probes", "cached",
-//  "hostCrashedIn", "plugins": [{"path", "record": {...} | null, "verdict",
+//  "hostCrashedIn", "cacheError", "plugins": [{"path", "record": {...} | null, "verdict",
 //  "reason", "source": "probe" | "cache" | "file", "load": "loaded" | "skipped" | "failed" | "not
 //  loaded", "loadMessage"}]}, ending with a line feed. Bytes that are not UTF-8 are
 // written as U+FFFD, so the document is always valid JSON.

@@ -65,6 +65,7 @@ bool RunPlugins(Report& report, const Options& options, RecordingSystem& view, P
   if (!scan.hostCrashedIn.empty())
     report.Row("blocked",
                scan.hostCrashedIn + ": the host died while loading it at the last start");
+  if (!scan.cacheError.empty()) report.Row("cache error", scan.cacheError);
   if (!scan.error.empty()) {
     report.Row("error", scan.error);
     return false;

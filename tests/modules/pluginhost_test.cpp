@@ -338,6 +338,15 @@ TEST_F(PluginHostTest, LoadRunsGoodModulesAndRemembersFailures) {
   }
   EXPECT_EQ(PluginHost(Options()).Scan(path("nowhere")).error,
             "plug-in folder " + path("nowhere") + " does not exist");
+  // A cache that cannot be written says so, and the next scan probes again.
+  options = Options();
+  options.cacheFile = path("nowhere/verdicts.cache");
+  for (int start = 0; start < 2; ++start) {
+    scan = PluginHost(options).Scan(path("plugins"));
+    EXPECT_EQ(scan.probes, 3);
+    EXPECT_EQ(scan.cacheError,
+              "cannot write the cache " + options.cacheFile + ": No such file or directory");
+  }
 }
 
 }  // namespace

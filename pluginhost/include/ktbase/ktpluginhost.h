@@ -113,6 +113,9 @@ struct ScanResult {
   /// The module the host died loading at its previous start (now blocked),
   /// or empty.
   std::string hostCrashedIn;
+  /// Why the cache could not be written (the next scan probes again), or
+  /// empty.
+  std::string cacheError;
 };
 
 /// What PluginHost::Load() did with one module.
@@ -175,7 +178,7 @@ class KTPLUGINHOST_API PluginHost {
   /// `system`. Notes the module in a file beside the cache first and clears
   /// the note when the entry returns, so that the next Scan() blocks it if
   /// this process dies in between. A module that fails here is cached as
-  /// kFailed.
+  /// kFailed (kRefused when its version function disagrees).
   /// @param plugin A module from Scan(); any other verdict is not loaded.
   /// @param system What the entry receives; borrowed.
   /// @return What happened. An entry that throws gives kFailed with its text.

@@ -178,6 +178,24 @@ TEST_F(ProductTest, HostThatDiedLoadingAModuleBlocksItNextTime) {
   EXPECT_NE(0, Host({"--plugins", folder, "--forget", folder + "/libhost_crash.so"}).status);
 }
 
+// A module loaded twice through a link, a file name that is not UTF-8 and a
+// cache that cannot be written, in the report and in the JSON.
+TEST_F(ProductTest, HostReportsLinksOddNamesAndAnUnwritableCache) {
+  const std::string folder = Plugins({Fixture("good")});
+  fs::create_symlink(folder + "/libgood.so", folder + "/libgood_link.so");
+  writeFile("plugins/odd\xe0\x80\x1f.so", "text");
+  const std::string cache = path("tmp/Norvex/Tessel/plugins-interface-1.cache");
+  fs::create_directories(cache);
+  EXPECT_TRUE(InOrder(Host({"--plugins", folder}).out,
+                      {"cache error cannot write the cache " + cache + ": Is a directory",
+                       "module libgood_link.so", "skipped same module as " + folder + "/libgood.so",
+                       "summary 1 loaded, 1 skipped, 1 invalid\n"}));
+  const std::string json = Host({"--plugins", folder, "--json"}).out;
+  EXPECT_TRUE(InOrder(json, {"\"cacheError\": \"cannot write the cache ",
+                             "{\"path\": \"" + folder + "/odd\\ufffd\\ufffd\\u001f.so\""}));
+  EXPECT_EQ(std::regex_replace(json, std::regex("[^{]"), ""), "{{{{{{");  // 3 modules, 2 records
+}
+
 TEST_F(ProductTest, PluginFolderProblemsAreReported) {
   const struct {
     std::string folder, message;
@@ -201,11 +219,17 @@ TEST_F(ProductTest, HostCommandLine) {
       InOrder(Host({"--help"}).out, {"--plugins DIR", "--strict", "--rescan", "--forget FILE",
                                      "--probe-timeout SECONDS", "--json", "--version"}));
   EXPECT_EQ("kthost " PROJECT_VERSION_TEXT " (plug-in interface 1)\n", Host({"--version"}).out);
-  for (const Args& bad : {Args{"--bogus"}, Args{"--plugins"}, Args{"extra"},
-                          Args{"--probe-timeout", "0"}, Args{"--probe-timeout=1x"}}) {
-    const Result run = Host(bad);
+  const std::pair<Args, std::string> bad[] = {
+      {{"--bogus"}, "unknown option --bogus"},
+      {{"--plugins"}, "option --plugins needs a value"},
+      {{"extra"}, "unexpected argument extra"},
+      {{"--probe-timeout", "0"}, "option --probe-timeout needs a number of seconds"},
+      {{"--probe-timeout=1x"}, "option --probe-timeout needs a number of seconds"}};
+  for (const auto& c : bad) {
+    const Result run = Host(c.first);
     EXPECT_EQ(2, run.status);
-    EXPECT_TRUE(std::regex_match(run.err, std::regex("kthost: [^\n]+\n"))) << run.err;
+    EXPECT_TRUE(std::regex_match(run.err, std::regex("kthost: " + c.second + "[^\n]+\n")))
+        << run.err;
   }
 }
 

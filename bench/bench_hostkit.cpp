@@ -1,7 +1,9 @@
 // ktbase_bench_hostkit: what the plug-in host kit costs a host.
 //
 // BM_PluginRecord/read_1000: the records of 1,000 plug-in files (copies of
-//   one module), floor: stat() of the same 1,000 files.
+//   one module), floor: stat() of the same 1,000 files; floor_read, for
+//   information: open(), one pread() of the first page and close(), the least
+//   any reader of the file does.
 // BM_HostStart/warm_100_good_10_bad: a host's start with the kit and a warm
 //   cache over 100 good modules and 10 bad ones (5 crash when loaded, 5 built
 //   for another interface): scan, load the good ones, run the startup
@@ -16,6 +18,7 @@
 // run in other processes) and reports through a pipe, as in
 // bench_startup.cpp.
 #include <benchmark/benchmark.h>
+#include <fcntl.h>
 #include <ktbase/ktbase.h>
 #include <ktbase/ktplugin.h>
 #include <ktbase/ktpluginhost.h>
@@ -156,7 +159,9 @@ void Measure(benchmark::State& state, double (*work)(const std::string&),
   }
 }
 
-void ReadRecords(benchmark::State& state, bool stats) {
+enum class RecordCase { kStat, kRead, kRecord };
+
+void ReadRecords(benchmark::State& state, RecordCase what) {
   const std::vector<std::string> modules = Modules(g_base + "/records");
   ktpluginhost::PluginRecord record;
   std::string why;
@@ -166,9 +171,14 @@ void ReadRecords(benchmark::State& state, bool stats) {
   }
   for (auto _ : state) {
     for (const std::string& module : modules) {
-      if (stats) {
+      if (what == RecordCase::kStat) {
         struct stat info {};
         benchmark::DoNotOptimize(stat(module.c_str(), &info));
+      } else if (what == RecordCase::kRead) {
+        char page[4096];
+        const int fd = open(module.c_str(), O_RDONLY | O_CLOEXEC);
+        benchmark::DoNotOptimize(pread(fd, page, sizeof page, 0));
+        close(fd);
       } else {
         benchmark::DoNotOptimize(ktpluginhost::ReadPluginRecord(module, record, why));
       }
@@ -200,8 +210,11 @@ int main(int argc, char** argv) {
   if (warm.probes != 105)
     std::fprintf(stderr, "ktbase_bench_hostkit: warming probed %d\n", warm.probes);
 
-  benchmark::RegisterBenchmark("BM_PluginRecord/read_1000/floor", ReadRecords, true);
-  benchmark::RegisterBenchmark("BM_PluginRecord/read_1000/ktbase", ReadRecords, false);
+  benchmark::RegisterBenchmark("BM_PluginRecord/read_1000/floor", ReadRecords, RecordCase::kStat);
+  benchmark::RegisterBenchmark("BM_PluginRecord/read_1000/floor_read", ReadRecords,
+                               RecordCase::kRead);
+  benchmark::RegisterBenchmark("BM_PluginRecord/read_1000/ktbase", ReadRecords,
+                               RecordCase::kRecord);
   const struct {
     const char* name;
     double (*work)(const std::string&);

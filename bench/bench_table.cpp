@@ -96,6 +96,8 @@ std::optional<double> TargetFor(const std::string& name) {
   if (name == "BM_Uid/parse") return 2.0;
   if (name == "BM_Uid/format") return 1.5;
   if (StartsWith(name, "BM_Startup/")) return 3.0;
+  if (name == "BM_PluginRecord/read_1000") return 3.0;
+  if (name == "BM_HostStart/warm_100_good_10_bad") return 1.2;
   return std::nullopt;
 }
 

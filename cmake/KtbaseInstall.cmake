@@ -1,9 +1,11 @@
 # `cmake --install` into the layout the library expects of itself (its root
 # is two levels above libktbase.so):
-#   <prefix>/bin/linux_intel.release/  libktbase.so, liblogmanager.so, kthost, ktprefs
+#   <prefix>/bin/linux_intel.release/  libktbase.so, liblogmanager.so, kthost, ktprefs,
+#                                      the plug-in host kit libktpluginhost.so and its
+#                                      probe ktplugin-probe
 #   <prefix>/include/ktbase/, <prefix>/include/logmanager/
-#   <prefix>/lib/cmake/ktbase/         CMake package (ktbase::ktbase)
-#   <prefix>/lib/pkgconfig/ktbase.pc
+#   <prefix>/lib/cmake/ktbase/         CMake package (ktbase::ktbase, ktbase::ktpluginhost)
+#   <prefix>/lib/pkgconfig/            ktbase.pc, ktpluginhost.pc
 #   <prefix>/plugins/                  the example plug-ins
 #   <prefix>/site.prefs, <prefix>/db/
 # Every installed ELF file finds its libraries through a $ORIGIN run path.
@@ -22,6 +24,11 @@ install(TARGETS ktbase EXPORT ktbaseTargets
 install(TARGETS logmanager EXPORT ktbaseTargets
   LIBRARY DESTINATION ${KTBASE_BIN_SUBDIR} COMPONENT runtime
   FILE_SET HEADERS DESTINATION include COMPONENT dev)
+# The host kit and its probe, which it finds beside libktbase.so.
+install(TARGETS ktpluginhost EXPORT ktbaseTargets
+  LIBRARY DESTINATION ${KTBASE_BIN_SUBDIR} COMPONENT runtime
+  FILE_SET HEADERS DESTINATION include COMPONENT dev)
+install(TARGETS ktplugin-probe RUNTIME DESTINATION ${KTBASE_BIN_SUBDIR} COMPONENT runtime)
 # The plug-in convention is header-only; it belongs with the other headers.
 install(FILES ${PROJECT_SOURCE_DIR}/examples/include/ktbase/ktplugin.h
   DESTINATION include/ktbase COMPONENT dev)
@@ -49,8 +56,10 @@ install(FILES
 # Relocatable: paths are relative to the .pc file itself, so the tree works
 # wherever `cmake --install --prefix` put it.
 set(KTBASE_PC_PREFIX "\${pcfiledir}/../..")
-configure_file(${CMAKE_CURRENT_LIST_DIR}/ktbase.pc.in ${CMAKE_BINARY_DIR}/ktbase.pc @ONLY)
-install(FILES ${CMAKE_BINARY_DIR}/ktbase.pc DESTINATION lib/pkgconfig COMPONENT dev)
+foreach(pc ktbase ktpluginhost)
+  configure_file(${CMAKE_CURRENT_LIST_DIR}/${pc}.pc.in ${CMAKE_BINARY_DIR}/${pc}.pc @ONLY)
+  install(FILES ${CMAKE_BINARY_DIR}/${pc}.pc DESTINATION lib/pkgconfig COMPONENT dev)
+endforeach()
 
 if(TARGET kthost)
   install(TARGETS kthost ktprefs RUNTIME DESTINATION ${KTBASE_BIN_SUBDIR} COMPONENT runtime)

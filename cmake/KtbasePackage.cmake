@@ -1,14 +1,15 @@
 # Debian packages built by CPack, one per install component
 # (scripts/package.sh, or `cpack --preset package`):
-#   ktbase      component runtime: libraries, kthost, ktprefs, the example
+#   ktbase      component runtime: libraries (the host kit included), kthost,
+#               ktprefs, ktplugin-probe, the example
 #               plug-ins and the db folder under KTBASE_PACKAGE_ROOT; links to
 #               the two programs in /usr/bin; site.prefs as a conffile in
 #               KTBASE_PACKAGE_CONFDIR, linked from the root, where the library
 #               reads and writes it.
 #   ktbase-dev  component dev: headers, the CMake package and the relocatable
-#               .pc in the root, and a .pc with an absolute prefix in the
-#               system's pkg-config folder. Depends on ktbase of the same
-#               version.
+#               .pc files (ktbase, ktpluginhost) in the root, and copies with an
+#               absolute prefix in the system's pkg-config folder. Depends on
+#               ktbase of the same version.
 #   ktbase-doc  component doc (when the build makes the SDK reference, as the
 #               package preset does): its HTML in /usr/share/doc/ktbase-doc.
 #               Architecture all, no dependencies.
@@ -89,14 +90,16 @@ configure_file("${CMAKE_CURRENT_LIST_DIR}/deb/conffiles.in" "${_ktbase_deb}/conf
 # pkg-config's default search path does not reach /opt: this copy, with the
 # root spelled out, goes where it looks.
 set(KTBASE_PC_PREFIX "${KTBASE_PACKAGE_ROOT}")
-configure_file("${CMAKE_CURRENT_LIST_DIR}/ktbase.pc.in" "${_ktbase_deb}/ktbase.pc" @ONLY)
 if(CMAKE_LIBRARY_ARCHITECTURE)
   set(_ktbase_pcdir "/usr/lib/${CMAKE_LIBRARY_ARCHITECTURE}/pkgconfig")
 else()
   set(_ktbase_pcdir "/usr/lib/pkgconfig")
 endif()
-install(FILES "${_ktbase_deb}/ktbase.pc" DESTINATION "${_ktbase_pcdir}"
-  COMPONENT dev EXCLUDE_FROM_ALL)
+foreach(pc ktbase ktpluginhost)
+  configure_file("${CMAKE_CURRENT_LIST_DIR}/${pc}.pc.in" "${_ktbase_deb}/${pc}.pc" @ONLY)
+  install(FILES "${_ktbase_deb}/${pc}.pc" DESTINATION "${_ktbase_pcdir}"
+    COMPONENT dev EXCLUDE_FROM_ALL)
+endforeach()
 
 # Every package carries the copyright and Debian changelog files, and the
 # lintian overrides it has (each says why).
@@ -176,9 +179,11 @@ startup factories), preferences in user, project and site scopes, the
 installation's paths, module loading, a file log and 128-bit identifiers.
 
 This package installs the library and its logging library in
-${KTBASE_PACKAGE_ROOT}, with the example host kthost, the preference tool
-ktprefs (both on the PATH), two example plug-ins and the site preferences
-(${KTBASE_PACKAGE_CONFDIR}/site.prefs).")
+${KTBASE_PACKAGE_ROOT}, with the plug-in host kit (libktpluginhost.so and its
+probe program, which read plug-in records without loading them, probe new
+plug-ins in a child process and cache the verdicts), the example host
+kthost, the preference tool ktprefs (both on the PATH), two example
+plug-ins and the site preferences (${KTBASE_PACKAGE_CONFDIR}/site.prefs).")
 
 set(CPACK_DEBIAN_DEV_PACKAGE_NAME ktbase-dev)
 set(CPACK_DEBIAN_DEV_PACKAGE_SECTION libdevel)
@@ -186,10 +191,11 @@ set(CPACK_DEBIAN_DEV_PACKAGE_SECTION libdevel)
 set(CPACK_DEBIAN_DEV_PACKAGE_DEPENDS "libboost-dev (>= 1.74)")
 set(CPACK_DEBIAN_DEV_DESCRIPTION
   "base system of the Norvex plug-in framework (development files)
-Headers, the CMake package (find_package(ktbase), ktbase::ktbase and
-ktbase_add_plugin) and the pkg-config file (ktbase) for building hosts and
-plug-ins against libktbase.so. find_package and pkg-config find them without
-extra search paths.")
+Headers, the CMake package (find_package(ktbase), ktbase::ktbase,
+ktbase::ktpluginhost and ktbase_add_plugin) and the pkg-config files (ktbase,
+ktpluginhost) for building hosts and plug-ins against libktbase.so and the
+plug-in host kit. find_package and pkg-config find them without extra search
+paths.")
 
 set(CPACK_DEBIAN_DOC_PACKAGE_NAME ktbase-doc)
 set(CPACK_DEBIAN_DOC_PACKAGE_SECTION doc)

@@ -23,7 +23,7 @@ done
 scripts/install-deps.sh bench
 cmake --preset bench >/dev/null
 cmake --build --preset bench -j "$(nproc)" \
-  --target ktbase_bench ktbase_bench_startup ktbase_bench_table
+  --target ktbase_bench ktbase_bench_startup ktbase_bench_hostkit ktbase_bench_table
 
 bin=build/bench/bin/linux_intel.release
 out=build/bench/results
@@ -45,7 +45,11 @@ echo "bench: running ktbase_bench..." >&2
 echo "bench: running ktbase_bench_startup..." >&2
 "$bin/ktbase_bench_startup" "${runs[@]}" --benchmark_min_time="$startup_min_time" \
   --benchmark_format=json ${bench_args[@]+"${bench_args[@]}"} >"$out/startup.json"
+echo "bench: running ktbase_bench_hostkit..." >&2
+"$bin/ktbase_bench_hostkit" "${runs[@]}" --benchmark_min_time="$min_time" \
+  --benchmark_format=json ${bench_args[@]+"${bench_args[@]}"} >"$out/hostkit.json"
 echo "bench: load average after the run: $(cut -d' ' -f1-3 /proc/loadavg)" >&2
 echo >&2
 
-"$bin/ktbase_bench_table" ${table_args[@]+"${table_args[@]}"} "$out/bench.json" "$out/startup.json"
+"$bin/ktbase_bench_table" ${table_args[@]+"${table_args[@]}"} "$out/bench.json" "$out/startup.json" \
+  "$out/hostkit.json"

@@ -9,7 +9,7 @@ build=(g++ cmake ninja-build pkg-config libboost-filesystem-dev libboost-system-
        libboost-dev libspdlog-dev libfmt-dev python3-dev pybind11-dev)
 test=("${build[@]}" libgtest-dev libgmock-dev python3-pytest)
 bench=("${build[@]}" libbenchmark-dev libpoco-dev libinih-dev uuid-dev)
-guard=("${test[@]}" clang libclang-rt-14-dev valgrind abigail-tools)
+guard=("${test[@]}" clang libclang-rt-14-dev valgrind abigail-tools libelf-dev)
 # The SDK reference (scripts/docs.sh, and the ktbase-doc package).
 docs=("${build[@]}" doxygen)
 # CPack's DEB generator finds binaries with file and their dependencies with

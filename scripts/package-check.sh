@@ -77,6 +77,7 @@ expect() {
 expect "$runtime" \
   "-rwxr-xr-x $bin/kthost" "-rwxr-xr-x $bin/ktprefs" \
   "-rw-r--r-- $bin/libktbase.so" "-rw-r--r-- $bin/liblogmanager.so" \
+  "-rw-r--r-- $bin/libktpluginhost.so" "-rwxr-xr-x $bin/ktplugin-probe" \
   "-rw-r--r-- $root/plugins/libexample_greeter.so" "-rw-r--r-- $root/plugins/libexample_welcome.so" \
   "lrwxrwxrwx $root/site.prefs -> /etc/ktbase/site.prefs" \
   "-rw-r--r-- ./etc/ktbase/site.prefs" \
@@ -88,11 +89,14 @@ grep -q " $root/db/\$" <<<"$(dpkg-deb -c "$runtime")" || fail "ktbase: no db fol
 triplet=$(dpkg-architecture -qDEB_HOST_MULTIARCH)
 expect "$dev" \
   "-rw-r--r-- $root/include/ktbase/ktbase.h" "-rw-r--r-- $root/include/ktbase/ktplugin.h" \
+  "-rw-r--r-- $root/include/ktbase/ktpluginhost.h" \
   "-rw-r--r-- $root/include/logmanager/log.h" \
   "-rw-r--r-- $root/lib/cmake/ktbase/ktbaseConfig.cmake" \
   "-rw-r--r-- $root/lib/cmake/ktbase/ktbaseConfigVersion.cmake" \
   "-rw-r--r-- $root/lib/cmake/ktbase/ktbaseTargets.cmake" \
   "-rw-r--r-- $root/lib/pkgconfig/ktbase.pc" "-rw-r--r-- ./usr/lib/$triplet/pkgconfig/ktbase.pc" \
+  "-rw-r--r-- $root/lib/pkgconfig/ktpluginhost.pc" \
+  "-rw-r--r-- ./usr/lib/$triplet/pkgconfig/ktpluginhost.pc" \
   "-rw-r--r-- ./usr/share/doc/ktbase-dev/copyright" "-rw-r--r-- ./usr/share/doc/ktbase-dev/changelog.Debian.gz"
 expect "$doc" \
   "-rw-r--r-- ./usr/share/doc/ktbase-doc/html/index.html" \
@@ -109,7 +113,7 @@ grep -qE "^-rw-r--r-- $bin/ktbase\.cpython-3[0-9]+-$triplet\.so\$" <<<"$(entries
 
 # Nothing outside the root, its /etc folder and the files the system looks
 # for elsewhere; no path in two packages (dpkg would refuse the second).
-allowed="^\\./(opt/ktbase/|etc/ktbase/|usr/bin/kt(host|prefs)\$|usr/share/man/man1/kt(host|prefs)\.1\.gz\$|usr/share/doc/(ktbase(-dev|-doc)?|python3-ktbase)/|usr/share/lintian/overrides/(ktbase(-dev|-doc)?|python3-ktbase)\$|usr/lib/$triplet/pkgconfig/ktbase\\.pc\$|usr/lib/python3/dist-packages/ktbase\\.pth\$)"
+allowed="^\\./(opt/ktbase/|etc/ktbase/|usr/bin/kt(host|prefs)\$|usr/share/man/man1/kt(host|prefs)\.1\.gz\$|usr/share/doc/(ktbase(-dev|-doc)?|python3-ktbase)/|usr/share/lintian/overrides/(ktbase(-dev|-doc)?|python3-ktbase)\$|usr/lib/$triplet/pkgconfig/kt(base|pluginhost)\\.pc\$|usr/lib/python3/dist-packages/ktbase\\.pth\$)"
 for deb in "${debs[@]}"; do
   stray=$(entries "$deb" | awk '{print $2}' | grep -Ev "$allowed" || true)
   [ -z "$stray" ] || fail "${deb##*/}: unexpected paths: $stray"

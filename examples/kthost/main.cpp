@@ -16,8 +16,9 @@
 #include <vector>
 
 #include "journal.h"
+#include "json_report.h"
 #include "options.h"
-#include "plugin_loader.h"
+#include "plugins.h"
 #include "pref_files.h"
 #include "recording_system.h"
 #include "report.h"
@@ -112,49 +113,6 @@ std::string PluginFolder(const kthost::Options& options, IKTPrefManager* prefs,
   return fallback.string();
 }
 
-// Loads every module of the folder. Returns false when anything went wrong.
-bool LoadPlugins(Report& report, const std::string& folder, const std::string& origin,
-                 kthost::RecordingSystem& view) {
-  report.Section("Plug-ins");
-  report.Row("folder", folder + " (" + origin + ")");
-  std::vector<std::string> modules;
-  std::string error;
-  if (!kthost::FindPluginModules(folder, modules, error)) {
-    report.Row("error", error);
-    return false;
-  }
-  if (modules.empty()) report.Row("modules", "none (no file ending in .so)");
-
-  kthost::PluginLoader loader(view);
-  std::map<kthost::PluginResult::Outcome, int> counts;
-  for (const std::string& module : modules) {
-    // This row comes first: the entry's own notes follow it.
-    const std::string name = kthost::FileNameOf(module);
-    report.Row("loading", name);
-    const kthost::PluginResult result = loader.Load(module);
-    ++counts[result.outcome];
-    switch (result.outcome) {
-      case kthost::PluginResult::kLoaded:
-        report.Row("loaded", name + " (plug-in interface " + std::to_string(result.version) + ")");
-        break;
-      case kthost::PluginResult::kSkipped:
-        report.Row("skipped", result.path + ": " + result.message);
-        break;
-      case kthost::PluginResult::kRefused:
-        report.Row("refused", result.path + ": " + result.message);
-        break;
-      case kthost::PluginResult::kFailed:
-        report.Row("failed", result.path + ": " + result.message);
-        break;
-    }
-  }
-  report.Row("summary", std::to_string(counts[kthost::PluginResult::kLoaded]) + " loaded, " +
-                            std::to_string(counts[kthost::PluginResult::kRefused]) + " refused, " +
-                            std::to_string(counts[kthost::PluginResult::kFailed]) + " failed, " +
-                            std::to_string(counts[kthost::PluginResult::kSkipped]) + " skipped");
-  return counts[kthost::PluginResult::kRefused] == 0 && counts[kthost::PluginResult::kFailed] == 0;
-}
-
 // Lists the registrations made by the plug-ins' entries, grouped by module.
 void ReportEntryRegistrations(Report& report, const kthost::RecordingSystem& view) {
   std::string owner;
@@ -197,7 +155,9 @@ bool RunStartup(Report& report, qrn::ISystem& system, kthost::RecordingSystem& v
 }
 
 int RunHost(const kthost::Options& options, int argc, char** argv) {
-  Report report(std::cout);
+  // --json: the report goes nowhere, the document to standard output.
+  std::ostream nowhere(nullptr);
+  Report report(options.json ? nowhere : std::cout);
   report.Line("kthost " KTBASE_VERSION_STRING " - example host of the ktbase plug-in framework");
   bool problems = false;
 
@@ -213,9 +173,9 @@ int RunHost(const kthost::Options& options, int argc, char** argv) {
   if (prefs) system->SetNamedObject(ktplugin::kPrefsName, prefs.get());
 
   kthost::RecordingSystem view(*system);
-  std::string origin;
-  const std::string folder = PluginFolder(options, prefs.get(), origin);
-  if (!LoadPlugins(report, folder, origin, view)) problems = true;
+  kthost::PluginRun plugins;
+  plugins.folder = PluginFolder(options, prefs.get(), plugins.origin);
+  if (!kthost::RunPlugins(report, options, view, plugins)) problems = true;
 
   report.Section("Registrations");
   ReportEntryRegistrations(report, view);
@@ -232,6 +192,7 @@ int RunHost(const kthost::Options& options, int argc, char** argv) {
   prefs.reset();
   report.Row("preferences", "closed");
 
+  if (options.json) std::cout << kthost::PluginsJson(plugins) << std::flush;
   if (problems) {
     report.Line("");
     report.Line(options.strict ? "kthost: finished with problems (--strict): exit status 1"

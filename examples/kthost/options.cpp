@@ -2,6 +2,8 @@
 
 #include <ktbase/ktplugin.h>
 
+#include <cstdlib>
+
 namespace kthost {
 
 namespace {
@@ -42,7 +44,8 @@ bool ParseOptions(int argc, char** argv, Options& options, std::string& error) {
   const ValueOption valueOptions[] = {{"--plugins", &options.pluginsDir},
                                       {"--user", &options.userFile},
                                       {"--project", &options.projectFile},
-                                      {"--site", &options.siteFile}};
+                                      {"--site", &options.siteFile},
+                                      {"--forget", &options.forget}};
   for (int index = 1; index < argc; ++index) {
     const std::string arg = argv[index];
     if (arg == "-h" || arg == "--help") {
@@ -61,7 +64,23 @@ bool ParseOptions(int argc, char** argv, Options& options, std::string& error) {
       options.dcc = true;
       continue;
     }
+    if (arg == "--rescan" || arg == "--json") {
+      (arg == "--json" ? options.json : options.rescan) = true;
+      continue;
+    }
     bool matched = false;
+    std::string seconds;
+    if (!TakeValue(argc, argv, index, "--probe-timeout", seconds, matched, error)) return false;
+    if (matched) {
+      char* end = nullptr;
+      const double value = std::strtod(seconds.c_str(), &end);
+      if (*end != '\0' || !(value >= 0.1 && value <= 3600)) {
+        error = "option --probe-timeout needs a number of seconds from 0.1 to 3600";
+        return false;
+      }
+      options.probeTimeoutMs = static_cast<int>(value * 1000 + 0.5);
+      continue;
+    }
     for (const ValueOption& option : valueOptions) {
       if (!TakeValue(argc, argv, index, option.name, *option.target, matched, error)) return false;
       if (matched) break;
@@ -90,6 +109,12 @@ std::string UsageText() {
          "                  <temporary folder>/Norvex/Tessel/user.prefs)\n"
          "  --project FILE  also read this project preference file\n"
          "  --site FILE     site preference file (default: <ROOT_DIR>/site.prefs)\n"
+         "  --rescan        probe every plug-in again, forgetting every cached verdict\n"
+         "  --forget FILE   forget the cached verdict on one plug-in module first\n"
+         "  --probe-timeout SECONDS\n"
+         "                  time a new plug-in may take in the probe (default 10)\n"
+         "  --json          print the plug-ins (records, verdicts, loads, scan time)\n"
+         "                  as one JSON document instead of the report\n"
          "  --dcc           tell the system it runs inside a content-creation\n"
          "                  application (qrnInitSystem's isDCCPlugin flag)\n"
          "  -h, --help      show this text and exit\n"
@@ -100,6 +125,11 @@ std::string UsageText() {
          std::to_string(ktplugin::kInterfaceVersion) +
          ") and KtPluginEntry(qrn::ISystem*);\n"
          "see <ktbase/ktplugin.h>. Plug-ins are never unloaded while the system lives.\n"
+         "\n"
+         "A module not seen before (or changed) is first loaded by ktplugin-probe in a\n"
+         "child process; a module that crashes, hangs, throws or is refused there is\n"
+         "never loaded here. Verdicts are cached in the user data folder\n"
+         "(<temporary folder>/Norvex/Tessel), so the next start probes nothing new.\n"
          "\n"
          "Exit status: 0 on success, 1 on a failure (with --strict, also for a\n"
          "module that was not loaded), 2 on a bad command line.\n";

@@ -21,6 +21,8 @@ class Report {
   void Note(const std::string& source, const std::string& text);
   // A line as it is.
   void Line(const std::string& text);
+  // Writes what is buffered: before anything that may end the process.
+  void Flush() { m_out.flush(); }
 
  private:
   std::ostream& m_out;

@@ -1,10 +1,10 @@
 # cmake -P: installs the build into a fresh prefix, checks the installed
 # layout and run paths, runs the installed programs, then builds an
-# out-of-tree plug-in against the prefix (CMake package, then pkg-config) and
-# runs the installed kthost on it. With -DPYTHON_MODULE and -DPYTHON, also
+# out-of-tree plug-in and a host on the host kit against the prefix (CMake
+# package, then pkg-config) and runs the installed kthost and that host on it. With -DPYTHON_MODULE and -DPYTHON, also
 # imports the installed Python module.
 cmake_minimum_required(VERSION 3.25)
-foreach(var BUILD_DIR CONSUMER_SOURCE WORK_DIR GENERATOR CXX_COMPILER)
+foreach(var BUILD_DIR CONSUMER_SOURCE HOST_SOURCE WORK_DIR GENERATOR CXX_COMPILER)
   if(NOT DEFINED ${var})
     message(FATAL_ERROR "consumer test: -D${var}=... is missing")
   endif()
@@ -51,6 +51,8 @@ set(elf_files
   "bin/linux_intel.release/liblogmanager.so=$ORIGIN"
   "bin/linux_intel.release/kthost=$ORIGIN"
   "bin/linux_intel.release/ktprefs=$ORIGIN"
+  "bin/linux_intel.release/libktpluginhost.so=$ORIGIN"
+  "bin/linux_intel.release/ktplugin-probe=$ORIGIN"
   "plugins/libexample_greeter.so=$ORIGIN/../bin/linux_intel.release"
   "plugins/libexample_welcome.so=$ORIGIN/../bin/linux_intel.release")
 if(PYTHON_MODULE)
@@ -68,6 +70,7 @@ foreach(entry IN LISTS elf_files)
 endforeach()
 foreach(file
     include/ktbase/ktbase.h include/ktbase/ktplugin.h include/ktbase/moduleutils.h
+    include/ktbase/ktpluginhost.h lib/pkgconfig/ktpluginhost.pc
     include/logmanager/log.h lib/cmake/ktbase/ktbaseConfig.cmake
     lib/cmake/ktbase/ktbaseConfigVersion.cmake lib/pkgconfig/ktbase.pc site.prefs)
   if(NOT EXISTS "${prefix}/${file}")
@@ -82,7 +85,7 @@ endif()
 # (Plugins.Path=<ROOT_DIR>/plugins).
 run("${bin}/kthost" --strict)
 expect("folder ${prefix}/plugins (preference Plugins.Path, tokens expanded)")
-expect("loaded libexample_greeter.so")
+expect("module libexample_greeter.so\n record plug-in interface 1, ktbase ")
 expect("welcome: startup: found Example.GreetingService by name: Hello, world!")
 run("${bin}/ktprefs" get Plugins.Path)
 expect("${prefix}/plugins\n")
@@ -115,5 +118,14 @@ foreach(mode package pkg-config)
   expect("hello: clock started")
   expect("hello: startup in root ${prefix}")
   expect("hello: clock stopped")
+  # A host on the installed kit: its probe, its cache below TMPDIR.
+  set(host "${WORK_DIR}/host-${mode}")
+  run("${CMAKE_COMMAND}" -S "${HOST_SOURCE}" -B "${host}" -G "${GENERATOR}"
+      "-DCMAKE_CXX_COMPILER=${CXX_COMPILER}" "-DCMAKE_CXX_FLAGS=${CXX_FLAGS}"
+      "-DCMAKE_EXE_LINKER_FLAGS=${LINKER_FLAGS}" ${how})
+  run("${CMAKE_COMMAND}" --build "${host}")
+  run("${host}/kit_host" "${build}")
+  expect("good ${build}/libhello.so loaded\n")
+  expect("[hello] startup in root ${prefix}")
 endforeach()
 message(STATUS "consumer test passed: ${prefix}")

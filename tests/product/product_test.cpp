@@ -3,6 +3,7 @@
 
 #include <boost/filesystem.hpp>
 #include <cstdlib>
+#include <optional>
 #include <regex>
 #include <string>
 #include <vector>
@@ -27,6 +28,9 @@ std::string Quote(const std::string& text) {
 
 std::string TestPlugin(const std::string& name) {
   return std::string(TEST_PLUGIN_DIR) + "/lib" + name + ".so";
+}
+std::string Fixture(const std::string& kind) {
+  return std::string(MODULE_FIXTURES) + "/lib" + kind + ".so";
 }
 const std::string kGreeter = std::string(EXAMPLE_PLUGIN_DIR) + "/libexample_greeter.so";
 
@@ -78,47 +82,118 @@ TEST_F(ProductTest, HostLoadsTheExamplePluginsAndReportsEachStep) {
   EXPECT_TRUE(InOrder(
       run.out,
       {"folder " BUILD_ROOT "/plugins (preference Plugins.Path, tokens expanded)",
-       "loaded libexample_greeter.so (plug-in interface 1)", "loaded libexample_welcome.so",
-       "2 loaded, 0 refused, 0 failed", "\nRegistrations", "libexample_greeter.so",
-       "singleton Example.GreetingService", "named object Example.Greeter.Info",
-       "startup factory #1", "libexample_welcome.so", "component Example.WelcomeCard",
-       "startup factory #2", "\nStartup", "greeter: Init: salutation \"Howdy\"", "Howdy, world!",
+       "scan 2 modules in ", "module libexample_greeter.so",
+       "record plug-in interface 1, ktbase " PROJECT_VERSION_TEXT, "verdict good",
+       "loaded plug-in interface 1", "module libexample_welcome.so", "summary 2 loaded\n",
+       "\nRegistrations", "libexample_greeter.so", "singleton Example.GreetingService",
+       "named object Example.Greeter.Info", "startup factory #1", "libexample_welcome.so",
+       "component Example.WelcomeCard", "startup factory #2", "\nStartup",
+       "greeter: Init: salutation \"Howdy\"", "Howdy, world!",
        "owned by system Example.WelcomeCard",
        // Term() for every singleton first, then owned objects as registered.
        "\nShutdown", "greeter: Term: made 2 greetings", "greeter: GreetingService destroyed",
        "welcome: WelcomeCard #2 destroyed", "system exited"}));
 }
 
-TEST_F(ProductTest, BadModulesAreReportedAndTheOthersStillLoad) {
-  const struct {
-    std::string module;  // empty: a text file named "notes.so"
-    std::string outcome;
-  } cases[] = {
-      {"kttest_wrong_version", "refused %: built for plug-in interface 99, this host needs 1"},
-      {"kttest_throws", "failed %: KtPluginEntry() threw: no licence for this plug-in"},
-      {"kttest_no_entry", "failed %: has no KtPluginEntry() of its own"},
-      // Its entry comes from a library it links to: never called.
-      {"kttest_inherits",
-       "failed %: has no KtPluginEntry() of its own (the one it sees comes "
-       "from a library it links to)"},
-      {"", "failed %: cannot be loaded: "},
-  };
-  for (const auto& c : cases) {
-    SCOPED_TRACE(c.module);
-    const std::string folder =
-        Plugins(c.module.empty() ? Args{kGreeter} : Args{kGreeter, TestPlugin(c.module)});
-    const std::string bad = c.module.empty() ? writeFile("plugins/notes.so", "not a module\n")
-                                             : folder + "/lib" + c.module + ".so";
-    const Result run = Host({"--plugins", folder});
-    EXPECT_EQ(0, run.status) << run.out << run.err;
-    EXPECT_TRUE(InOrder(run.out, {std::regex_replace(c.outcome, std::regex("%"), bad), "1 loaded",
-                                  "greeter: startup:"}));
-    EXPECT_EQ(std::string::npos, run.out.find("ENTERED"));
-    if (c.module == "kttest_throws") {
-      EXPECT_TRUE(InOrder(run.out, {"component Test.BeforeThrow"}));
-    }
-    EXPECT_EQ(1, Host({"--plugins", folder, "--strict"}).status);
+// Bad modules are judged in the probe and never loaded here; the second start
+// takes every verdict from the cache and loads only the good module.
+TEST_F(ProductTest, BadModulesAreProbedOnceAndNeverLoaded) {
+  kttest::ScopedEnv log("KTTEST_LOAD_LOG", path("load.log"));
+  // The faults must reach the probe as they would without sanitizers.
+  const char* asan = std::getenv("ASAN_OPTIONS");
+  kttest::ScopedEnv sanitizer("ASAN_OPTIONS", std::string(asan ? asan : "") +
+                                                  ":handle_segv=0:handle_abort=0:detect_leaks=0");
+  const std::string folder =
+      Plugins({Fixture("good"), Fixture("segv"), Fixture("exit"), Fixture("throws"),
+               Fixture("other_version"), TestPlugin("kttest_inherits")});
+  writeFile("plugins/notes.so", "not a module\n");
+  const Args run = {"--plugins", folder, "--probe-timeout", "5"};
+  Result first = Host(run);
+  EXPECT_EQ(0, first.status) << first.out << first.err;
+  EXPECT_TRUE(InOrder(
+      first.out,
+      {"scan 7 modules in ",
+       ": 5 probed, 0 from the cache",
+       "module libexit.so",
+       "verdict crashed (probed now): exited with status 0 while loading (static constructors)",
+       "module libgood.so",
+       "record plug-in interface 1, ktbase " PROJECT_VERSION_TEXT
+       ", \"Good test plug-in\" 0123ABCD-EF01-2345-6789-ABCDEF012345",
+       "verdict good (probed now)",
+       "loaded plug-in interface 1",
+       "module libkttest_inherits.so",
+       "record none (built before plug-in records)",
+       "verdict failed (probed now): has no KtPluginEntry() of its own (the one it sees comes "
+       "from a library it links to)",
+       "module libother_version.so",
+       "verdict refused (from the file): its record says plug-in "
+       "interface 99, this host needs 1",
+       "module libsegv.so",
+       "verdict crashed (probed now): killed by SIGSEGV",
+       "module libthrows.so",
+       "verdict failed (probed now): KtPluginEntry() threw: no licence",
+       "module notes.so",
+       "record none\n",
+       "verdict invalid (from the file): not an ELF file",
+       "summary 1 loaded, 1 refused, 1 invalid, 2 failed, 2 crashed"}));
+  EXPECT_EQ(readFile(path("load.log")), "exit\ngood\nsegv\nthrows\ngood\ngood started\n");
+  EXPECT_FALSE(fs::exists(path("tmp/Norvex/Tessel/plugins-interface-1.cache.loading")));
+  EXPECT_EQ(1, Host({"--plugins", folder, "--strict"}).status);
+
+  fs::remove(path("load.log"));
+  const Result second = Host({"--plugins", folder, "--json"});
+  EXPECT_EQ(0, second.status) << second.err;
+  EXPECT_EQ(readFile(path("load.log")), "good\ngood started\n");  // no probe, no bad module
+  EXPECT_TRUE(InOrder(second.out, {"\"probes\": 0, \"cached\": 7,", "\"plugins\": [\n",
+                                   "{\"path\": \"" + folder + "/libexit.so\", \"record\": {",
+                                   "\"verdict\": \"crashed\", \"reason\": \"exited with status 0",
+                                   "\"source\": \"cache\", \"load\": \"not loaded\"",
+                                   "\"name\": \"Good test plug-in\"", "\"load\": \"loaded\"",
+                                   "\"record\": null", "\n]}\n"}));
+
+  // One module forgotten, then all: each is probed again.
+  EXPECT_TRUE(InOrder(Host({"--plugins", folder, "--forget", folder + "/libsegv.so"}).out,
+                      {"forget forgot " + folder + "/libsegv.so", "1 probed, 6 from the cache",
+                       "verdict crashed (probed now): killed by SIGSEGV"}));
+  EXPECT_TRUE(InOrder(Host({"--plugins", folder, "--rescan"}).out, {"5 probed, 0 from the cache"}));
+}
+
+// A module that passes the probe but kills the host is blocked at the next
+// start, until the user forgets it.
+TEST_F(ProductTest, HostThatDiedLoadingAModuleBlocksItNextTime) {
+  const std::string folder = Plugins({Fixture("good"), HOST_CRASH_PLUGIN});
+  const Result crash = Host({"--plugins", folder});
+  EXPECT_NE(0, crash.status);
+  EXPECT_TRUE(InOrder(crash.out, {"module libhost_crash.so", "verdict good (probed now)"}));
+  for (int start = 0; start < 2; ++start) {
+    const Result next = Host({"--plugins", folder});
+    EXPECT_EQ(0, next.status) << next.out << next.err;
+    EXPECT_TRUE(InOrder(
+        next.out,
+        {start == 0 ? "blocked " + folder + "/libhost_crash.so: the host died" : "scan 2 modules",
+         "module libhost_crash.so",
+         "verdict host-crashed (from the cache): the host died while loading it",
+         "summary 1 loaded, 1 host-crashed"}));
   }
+  EXPECT_NE(0, Host({"--plugins", folder, "--forget", folder + "/libhost_crash.so"}).status);
+}
+
+// A module loaded twice through a link, a file name that is not UTF-8 and a
+// cache that cannot be written, in the report and in the JSON.
+TEST_F(ProductTest, HostReportsLinksOddNamesAndAnUnwritableCache) {
+  const std::string folder = Plugins({Fixture("good")});
+  fs::create_symlink(folder + "/libgood.so", folder + "/libgood_link.so");
+  writeFile("plugins/odd\xe0\x80\x1f.so", "text");
+  const std::string cache = path("tmp/Norvex/Tessel/plugins-interface-1.cache");
+  fs::create_directories(cache);
+  EXPECT_TRUE(InOrder(Host({"--plugins", folder}).out,
+                      {"cache error cannot write the cache " + cache + ": Is a directory",
+                       "module libgood_link.so", "skipped same module as " + folder + "/libgood.so",
+                       "summary 1 loaded, 1 skipped, 1 invalid\n"}));
+  const std::string json = Host({"--plugins", folder, "--json"}).out;
+  EXPECT_TRUE(InOrder(json, {"\"cacheError\": \"cannot write the cache ",
+                             "{\"path\": \"" + folder + "/odd\\ufffd\\ufffd\\u001f.so\""}));
+  EXPECT_EQ(std::regex_replace(json, std::regex("[^{]"), ""), "{{{{{{");  // 3 modules, 2 records
 }
 
 TEST_F(ProductTest, PluginFolderProblemsAreReported) {
@@ -140,12 +215,21 @@ TEST_F(ProductTest, PluginFolderProblemsAreReported) {
 }
 
 TEST_F(ProductTest, HostCommandLine) {
-  EXPECT_TRUE(InOrder(Host({"--help"}).out, {"--plugins DIR", "--strict", "--version"}));
+  EXPECT_TRUE(
+      InOrder(Host({"--help"}).out, {"--plugins DIR", "--strict", "--rescan", "--forget FILE",
+                                     "--probe-timeout SECONDS", "--json", "--version"}));
   EXPECT_EQ("kthost " PROJECT_VERSION_TEXT " (plug-in interface 1)\n", Host({"--version"}).out);
-  for (const Args& bad : {Args{"--bogus"}, Args{"--plugins"}, Args{"extra"}}) {
-    const Result run = Host(bad);
+  const std::pair<Args, std::string> bad[] = {
+      {{"--bogus"}, "unknown option --bogus"},
+      {{"--plugins"}, "option --plugins needs a value"},
+      {{"extra"}, "unexpected argument extra"},
+      {{"--probe-timeout", "0"}, "option --probe-timeout needs a number of seconds"},
+      {{"--probe-timeout=1x"}, "option --probe-timeout needs a number of seconds"}};
+  for (const auto& c : bad) {
+    const Result run = Host(c.first);
     EXPECT_EQ(2, run.status);
-    EXPECT_TRUE(std::regex_match(run.err, std::regex("kthost: [^\n]+\n"))) << run.err;
+    EXPECT_TRUE(std::regex_match(run.err, std::regex("kthost: " + c.second + "[^\n]+\n")))
+        << run.err;
   }
 }
 

@@ -55,14 +55,54 @@
 /// @ingroup plugin
 #define KTPLUGIN_API __attribute__((visibility("default")))
 
-/// Defines `KtPluginInterfaceVersion()` and opens the definition of
+/// Version of the ktbase headers; a plug-in's record carries the one it was
+/// built with.
+/// @ingroup plugin
+#define KTPLUGIN_KTBASE_VERSION "1.0.0"
+
+/// Puts a variable into the module's ELF note section, where hosts read it
+/// from the file without loading the module; kept by the linker even when
+/// nothing refers to it.
+/// @ingroup plugin
+#if defined(__has_attribute) && __has_attribute(retain)
+#define KTPLUGIN_NOTE_SECTION __attribute__((section(".note.ktplugin"), used, retain, aligned(4)))
+#else
+#define KTPLUGIN_NOTE_SECTION __attribute__((section(".note.ktplugin"), used, aligned(4)))
+#endif
+
+/// Defines `KtPluginInterfaceVersion()`, places the plug-in record (interface
+/// version and ktbase version) in the module's file, where hosts read it
+/// without running the module, and opens the definition of
 /// `KtPluginEntry(qrn::ISystem* systemName)`; the body follows the macro.
 /// @param systemName The name of the entry's parameter: the live system
 ///   (borrowed; valid until the host ends the system).
 /// @ingroup plugin
 #define KTPLUGIN_ENTRY(systemName)                                                              \
+  KTPLUGIN_NOTE_SECTION static const ::ktplugin::RecordNote ktplugin_record_note = {            \
+      {::ktplugin::kNoteOwnerSize,                                                              \
+       sizeof(::ktplugin::RecordNote) - sizeof(::ktplugin::NoteHeader),                         \
+       ::ktplugin::kRecordNoteType, "KtPlugin"},                                                \
+      1,                                                                                        \
+      KTPLUGIN_INTERFACE_VERSION,                                                               \
+      KTPLUGIN_KTBASE_VERSION};                                                                 \
   extern "C" KTPLUGIN_API int KtPluginInterfaceVersion() { return KTPLUGIN_INTERFACE_VERSION; } \
   extern "C" KTPLUGIN_API void KtPluginEntry(qrn::ISystem* systemName)
+
+/// Optional, beside KTPLUGIN_ENTRY: adds a name (a string literal of at most
+/// 255 bytes) and an identifier (a KtUID text literal, checked when compiled)
+/// to the module's record, e.g.
+/// KTPLUGIN_INFO("Hello", "12345678-9ABC-DEF0-0102-030405060708");
+/// @param pluginName The plug-in's name, a string literal.
+/// @param uidText Its identifier, a KtUID text literal.
+/// @ingroup plugin
+#define KTPLUGIN_INFO(pluginName, uidText)                                                      \
+  static_assert(sizeof(pluginName) <= 256, "KTPLUGIN_INFO: the name is too long");              \
+  static_assert(::ktplugin::IsUidText(uidText), "KTPLUGIN_INFO: not a KtUID text");             \
+  KTPLUGIN_NOTE_SECTION static const ::ktplugin::InfoNote<(sizeof(pluginName) + 3) / 4 * 4>     \
+      ktplugin_info_note = {{::ktplugin::kNoteOwnerSize, 40 + (sizeof(pluginName) + 3) / 4 * 4, \
+                             ::ktplugin::kInfoNoteType, "KtPlugin"},                            \
+                            uidText,                                                            \
+                            pluginName}
 
 /// The plug-in convention: what plug-ins and hosts share.
 /// @ingroup plugin
@@ -84,6 +124,50 @@ constexpr const char* kVersionName = "KtPluginInterfaceVersion";
 /// KTPLUGIN_INTERFACE_VERSION as a constant.
 /// @ingroup hosting
 constexpr int kInterfaceVersion = KTPLUGIN_INTERFACE_VERSION;
+
+/// Size of the notes' owner name "KtPlugin", its terminator included.
+constexpr unsigned kNoteOwnerSize = 9;
+/// Note type of the record that KTPLUGIN_ENTRY places.
+constexpr unsigned kRecordNoteType = 1;
+/// Note type of the name and identifier that KTPLUGIN_INFO adds.
+constexpr unsigned kInfoNoteType = 2;
+
+/// The header of an ELF note (4-byte words), with the owner name padded.
+struct NoteHeader {
+  unsigned nameSize;  ///< kNoteOwnerSize.
+  unsigned descSize;  ///< Bytes after the header.
+  unsigned type;      ///< kRecordNoteType or kInfoNoteType.
+  char owner[12];     ///< "KtPlugin".
+};
+
+/// The record: format 1. Later formats only append fields.
+struct RecordNote {
+  NoteHeader header;       ///< The note's header.
+  unsigned format;         ///< 1.
+  int interfaceVersion;    ///< KTPLUGIN_INTERFACE_VERSION.
+  char ktbaseVersion[16];  ///< KTPLUGIN_KTBASE_VERSION, zero-padded.
+};
+
+/// The name and identifier; NameBytes is the name's size rounded up to 4.
+template <unsigned NameBytes>
+struct InfoNote {
+  NoteHeader header;     ///< The note's header.
+  char uid[40];          ///< KtUID text, zero-padded.
+  char name[NameBytes];  ///< The name, zero-padded.
+};
+
+/// Whether `text` is a KtUID text: 8-4-4-4-12 hexadecimal digits.
+/// @param text A string literal.
+/// @return true when it is one.
+constexpr bool IsUidText(const char* text) {
+  for (int i = 0; i < 36; ++i) {
+    const char c = text[i];
+    const bool hyphen = i == 8 || i == 13 || i == 18 || i == 23;
+    const bool digit = (c >= '0' && c <= '9') || (c >= 'a' && c <= 'f') || (c >= 'A' && c <= 'F');
+    if (hyphen ? c != '-' : !digit) return false;
+  }
+  return text[36] == '\0';
+}
 
 /// The name under which a ktbase host publishes its IHostJournal before it
 /// calls any entry. Borrowed: the journal outlives the system (the host

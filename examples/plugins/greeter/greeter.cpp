@@ -66,6 +66,7 @@ void GreeterStartup() {
 
 }  // namespace
 
+KTPLUGIN_INFO("Greeter", "5D1E0A7C-3B64-4F0B-9C2E-7A8D41F06B13");
 KTPLUGIN_ENTRY(system) {
   g_system = system;
   g_journal = ktplugin::FindJournal(system);

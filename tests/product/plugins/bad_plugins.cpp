@@ -1,27 +1,11 @@
-// Test-only modules for kthost's bad-input cases. One source, one module per
-// KTTEST_* definition (see CMakeLists.txt).
+// A module whose entry comes from a library it links to, for kthost's tests
+// (the other bad modules are tests/modules/fixtures/plugin.cpp). One source,
+// one module per KTTEST_* definition (see CMakeLists.txt).
 #include <ktbase/ktplugin.h>
 
 #include <iostream>
-#include <stdexcept>
 
-#if defined(KTTEST_WRONG_VERSION)
-// Built "against another interface": must be refused, never entered.
-extern "C" KTPLUGIN_API int KtPluginInterfaceVersion() { return 99; }
-extern "C" KTPLUGIN_API void KtPluginEntry(qrn::ISystem*) {
-  std::cout << "ENTERED wrong version\n";
-}
-
-#elif defined(KTTEST_THROWS)
-KTPLUGIN_ENTRY(system) {
-  system->RegisterComponent("Test.BeforeThrow", nullptr);
-  throw std::runtime_error("no licence for this plug-in");
-}
-
-#elif defined(KTTEST_NO_ENTRY)
-extern "C" KTPLUGIN_API int KtPluginInterfaceVersion() { return KTPLUGIN_INTERFACE_VERSION; }
-
-#elif defined(KTTEST_SHARED_ENTRY)
+#if defined(KTTEST_SHARED_ENTRY)
 // A library (not in the plug-in folder) that defines an entry; a module that
 // links to it inherits the symbol, which the host must not call.
 KTPLUGIN_ENTRY(system) {

@@ -1,6 +1,7 @@
 # cmake -P: installs the build into a fresh prefix, checks the installed
 # layout and run paths, runs the installed programs, then builds an
-# out-of-tree plug-in against the prefix (CMake package, then pkg-config) and
+# out-of-tree plug-in against the prefix (CMake package, then pkg-config, then
+# with -DCLANG_COMPILER through the CMake package again, built by clang++) and
 # runs the installed kthost on it. With -DPYTHON_MODULE and -DPYTHON, also
 # imports the installed Python module.
 cmake_minimum_required(VERSION 3.25)
@@ -97,20 +98,40 @@ print(ktbase.root_dir(), p.get('Plugins.Path', ''), open('${bin}/ktbase.pyi').re
   unset(ENV{PYTHONPATH})
 endif()
 
-foreach(mode package pkg-config)
-  set(build "${WORK_DIR}/build-${mode}")
+# <how>,<compiler>: the library's compiler through the CMake package and
+# through pkg-config; clang++ (when given) through the CMake package, without
+# the library's flags: a sanitizer runtime of one compiler does not serve the
+# other's code, and a plug-in need not be instrumented.
+set(builds "package,${CXX_COMPILER}" "pkg-config,${CXX_COMPILER}")
+if(CLANG_COMPILER)
+  list(APPEND builds "package,${CLANG_COMPILER}")
+else()
+  message(STATUS "consumer test: no clang++, consumer built by ${CXX_COMPILER} only")
+endif()
+foreach(entry IN LISTS builds)
+  string(REGEX MATCH "^([^,]+),(.*)$" _ "${entry}")
+  set(mode "${CMAKE_MATCH_1}")
+  set(compiler "${CMAKE_MATCH_2}")
+  get_filename_component(name "${compiler}" NAME)
+  set(build "${WORK_DIR}/build-${mode}-${name}")
   set(how -DCMAKE_PREFIX_PATH=${prefix})
+  set(flags "-DCMAKE_CXX_FLAGS=${CXX_FLAGS}" "-DCMAKE_MODULE_LINKER_FLAGS=${LINKER_FLAGS}")
+  set(id "")
+  if(compiler STREQUAL CLANG_COMPILER)
+    set(flags)
+    set(id Clang)  # the plug-in says which compiler built it
+  endif()
+  unset(ENV{PKG_CONFIG_PATH})
   if(mode STREQUAL "pkg-config")
     set(ENV{PKG_CONFIG_PATH} "${prefix}/lib/pkgconfig")
     set(how -DUSE_PKGCONFIG=ON)
   endif()
   run("${CMAKE_COMMAND}" -S "${CONSUMER_SOURCE}" -B "${build}" -G "${GENERATOR}"
-      "-DCMAKE_CXX_COMPILER=${CXX_COMPILER}" "-DCMAKE_CXX_FLAGS=${CXX_FLAGS}"
-      "-DCMAKE_MODULE_LINKER_FLAGS=${LINKER_FLAGS}" ${how})
+      "-DCMAKE_CXX_COMPILER=${compiler}" ${flags} ${how})
   run("${CMAKE_COMMAND}" --build "${build}")
   run("${bin}/kthost" --plugins "${build}/plugins" --strict)
   expect("loaded libconsumer_plugin.so")
-  expect("consumer: entry (${mode})")
+  expect("consumer: entry (${mode}, ${id}")
   expect("consumer: startup in root ${prefix}")
   expect("consumer: Term")
 endforeach()

@@ -12,7 +12,7 @@ set -euo pipefail
 codename=$(. /etc/os-release 2>/dev/null && echo "${VERSION_CODENAME:-}")
 case "$codename" in
   bookworm)
-    pkgconfig=pkg-config ;;
+    pkgconfig="pkg-config" ;;
   trixie | *)
     [ "$codename" = trixie ] ||
       echo "install-deps: Debian release '${codename:-unknown}' not known; trying Debian 13's package names" >&2

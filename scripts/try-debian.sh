@@ -146,12 +146,15 @@ if [ $packages -eq 1 ]; then
   awk '/^`hello\/hello.cpp`:/ { f = "hello.cpp" } /^`hello\/CMakeLists.txt`:/ { f = "CMakeLists.txt" }
        /^```/ { if (f != "" && inside) { f = ""; inside = 0; next } if (f != "") { inside = 1; next } }
        inside { print > (dir "/" f) }' dir="$installed/root/hello" README.md
-  [ -s "$installed/root/hello/hello.cpp" ] && [ -s "$installed/root/hello/CMakeLists.txt" ] ||
-    { echo "try-debian: the README's hello plug-in was not found" >&2; exit 1; }
+  if [ ! -s "$installed/root/hello/hello.cpp" ] || [ ! -s "$installed/root/hello/CMakeLists.txt" ]; then
+    echo "try-debian: the README's hello plug-in was not found" >&2
+    exit 1
+  fi
   mount_root "$installed"
-  timed "$installed" "apt-get update -qq && apt-get install -y -qq ./packages/*.deb >/dev/null"
+  apt="DEBIAN_FRONTEND=noninteractive apt-get -qq"
+  timed "$installed" "$apt update && $apt install -y ./packages/*.deb >/dev/null"
   timed "$installed" "python3 -c 'import ktbase; print(ktbase.__file__)'"
-  timed "$installed" "apt-get install -y -qq --no-install-recommends cmake g++ >/dev/null && cmake -S hello -B hello/build >/dev/null && cmake --build hello/build && kthost --strict --plugins hello/build"
+  timed "$installed" "$apt install -y --no-install-recommends cmake make g++ >/dev/null && cmake -S hello -B hello/build >/dev/null && cmake --build hello/build && kthost --strict --plugins hello/build"
 fi
 unmount_all
 if [ $keep -eq 0 ]; then

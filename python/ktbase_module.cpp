@@ -194,7 +194,7 @@ class Prefs {
       prefs.GetPref(name, separator, Elements(fallback, separator, false), values, siteOnly);
       py::list out;
       for (const std::string& value : values) out.append(Decode(value));
-      return std::move(out);
+      return py::object(std::move(out));  // a move under every compiler's rules
     }
     if (!sep.is_none()) Fail(PyExc_TypeError, "sep= applies to a list default only");
     if (PyBool_Check(fallback.ptr())) {  // before int: bool is an int

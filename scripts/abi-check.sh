@@ -9,7 +9,8 @@
 # that caused it, and say in the commit message why the interface changed.
 #
 # The library is built as in the release preset, plus debug information (the
-# type information the comparison needs), in build/guard-abi. Only types of the
+# type information the comparison needs) and warnings as errors, in
+# build/guard-abi. Only types of the
 # public headers count (--drop-private-types); abi/libktbase.abignore lists the
 # symbols that are not part of the interface.
 set -euo pipefail
@@ -28,7 +29,7 @@ suppressions=abi/libktbase.abignore
 headers=(framework/src/ktbase/include common/src/base/include)
 
 scripts/install-deps.sh guard
-cmake --preset release -B "$build" -DCMAKE_CXX_FLAGS=-g -DKTBASE_BUILD_TESTS=OFF \
+cmake --preset release -B "$build" -DCMAKE_CXX_FLAGS=-g -DKTBASE_WARNINGS_AS_ERRORS=ON -DKTBASE_BUILD_TESTS=OFF \
   -DKTBASE_BUILD_EXAMPLES=OFF -DKTBASE_BUILD_STRESS=OFF >/dev/null
 cmake --build "$build" -j "$(nproc)" --target ktbase
 

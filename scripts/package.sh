@@ -1,10 +1,11 @@
 #!/usr/bin/env bash
-# Builds the Debian 12 packages: installs the missing Debian packages, builds
-# the package preset (release, no tests, the SDK reference) in build/package
-# and runs CPack, which writes build/packages/ktbase_<version>-<revision>_<arch>.deb,
-# ktbase-dev_<...>.deb, ktbase-doc_<...>_all.deb and python3-ktbase_<...>.deb.
-# Installs nothing of ktbase
-# on this machine (see docs/reference/guide_packages.md).
+# Builds the Debian packages for the release it runs on (Debian 12 or 13: the
+# dependencies name that release's libraries and Python): installs the missing
+# Debian packages, builds the package preset (release, no tests, the SDK
+# reference) in build/package and runs CPack, which writes
+# build/packages/ktbase_<version>-<revision>_<arch>.deb, ktbase-dev_<...>.deb,
+# ktbase-doc_<...>_all.deb and python3-ktbase_<...>.deb. Installs nothing of
+# ktbase on this machine (see docs/reference/guide_packages.md).
 set -euo pipefail
 cd "$(dirname "$0")/.."
 

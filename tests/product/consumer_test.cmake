@@ -1,8 +1,10 @@
 # cmake -P: installs the build into a fresh prefix, checks the installed
 # layout and run paths, runs the installed programs, then builds an
-# out-of-tree plug-in and a host on the host kit against the prefix (CMake
-# package, then pkg-config) and runs the installed kthost and that host on it. With -DPYTHON_MODULE and -DPYTHON, also
-# imports the installed Python module.
+# out-of-tree plug-in against the prefix (CMake package, then pkg-config, then
+# with -DCLANG_COMPILER through the CMake package again, built by clang++) and
+# runs the installed kthost on it, and builds a host on the installed host kit
+# (-DHOST_SOURCE) and runs it on the same plug-in. With -DPYTHON_MODULE and
+# -DPYTHON, also imports the installed Python module.
 cmake_minimum_required(VERSION 3.25)
 foreach(var BUILD_DIR CONSUMER_SOURCE HOST_SOURCE WORK_DIR GENERATOR CXX_COMPILER)
   if(NOT DEFINED ${var})
@@ -100,33 +102,59 @@ print(ktbase.root_dir(), p.get('Plugins.Path', ''), open('${bin}/ktbase.pyi').re
   unset(ENV{PYTHONPATH})
 endif()
 
-foreach(mode package pkg-config)
-  set(build "${WORK_DIR}/build-${mode}")
+# <how>,<compiler>: the library's compiler through the CMake package and
+# through pkg-config; clang++ (when given) through the CMake package, without
+# the library's flags: a sanitizer runtime of one compiler does not serve the
+# other's code, and a plug-in need not be instrumented.
+set(builds "package,${CXX_COMPILER}" "pkg-config,${CXX_COMPILER}")
+if(CLANG_COMPILER)
+  list(APPEND builds "package,${CLANG_COMPILER}")
+else()
+  message(STATUS "consumer test: no clang++, consumer built by ${CXX_COMPILER} only")
+endif()
+foreach(entry IN LISTS builds)
+  string(REGEX MATCH "^([^,]+),(.*)$" _ "${entry}")
+  set(mode "${CMAKE_MATCH_1}")
+  set(compiler "${CMAKE_MATCH_2}")
+  get_filename_component(name "${compiler}" NAME)
+  set(build "${WORK_DIR}/build-${mode}-${name}")
   set(how -DCMAKE_PREFIX_PATH=${prefix})
+  set(flags "-DCMAKE_CXX_FLAGS=${CXX_FLAGS}" "-DCMAKE_MODULE_LINKER_FLAGS=${LINKER_FLAGS}")
+  set(id "")
+  if(compiler STREQUAL CLANG_COMPILER)
+    set(flags)
+    set(id Clang)  # the plug-in says which compiler built it
+  endif()
+  unset(ENV{PKG_CONFIG_PATH})
   if(mode STREQUAL "pkg-config")
     set(ENV{PKG_CONFIG_PATH} "${prefix}/lib/pkgconfig")
     set(how -DUSE_PKGCONFIG=ON)
   endif()
   run("${CMAKE_COMMAND}" -S "${CONSUMER_SOURCE}" -B "${build}" -G "${GENERATOR}"
-      "-DCMAKE_CXX_COMPILER=${CXX_COMPILER}" "-DCMAKE_CXX_FLAGS=${CXX_FLAGS}"
-      "-DCMAKE_MODULE_LINKER_FLAGS=${LINKER_FLAGS}" ${how})
+      "-DCMAKE_CXX_COMPILER=${compiler}" ${flags} ${how})
   run("${CMAKE_COMMAND}" --build "${build}")
   run(readelf -d "${build}/libhello.so")
   expect("NODELETE")  # never unmapped, whatever the host
+  if(id STREQUAL "Clang")
+    run(readelf -p .comment "${build}/libhello.so")
+    expect("clang version")
+  endif()
   run("${bin}/kthost" --plugins "${build}" --strict)
   expect("module libhello.so\n record plug-in interface 1, ktbase ")
   expect("loaded plug-in interface 1")
   expect("hello: clock started")
   expect("hello: startup in root ${prefix}")
   expect("hello: clock stopped")
-  # A host on the installed kit: its probe, its cache below TMPDIR.
-  set(host "${WORK_DIR}/host-${mode}")
-  run("${CMAKE_COMMAND}" -S "${HOST_SOURCE}" -B "${host}" -G "${GENERATOR}"
-      "-DCMAKE_CXX_COMPILER=${CXX_COMPILER}" "-DCMAKE_CXX_FLAGS=${CXX_FLAGS}"
-      "-DCMAKE_EXE_LINKER_FLAGS=${LINKER_FLAGS}" ${how})
-  run("${CMAKE_COMMAND}" --build "${host}")
-  run("${host}/kit_host" "${build}")
-  expect("good ${build}/libhello.so loaded\n")
-  expect("[hello] startup in root ${prefix}")
+  if(NOT id STREQUAL "Clang")
+    # A host on the installed kit: its probe, its cache below TMPDIR.
+    set(host "${WORK_DIR}/host-${mode}")
+    run("${CMAKE_COMMAND}" -S "${HOST_SOURCE}" -B "${host}" -G "${GENERATOR}"
+        "-DCMAKE_CXX_COMPILER=${compiler}" "-DCMAKE_CXX_FLAGS=${CXX_FLAGS}"
+        "-DCMAKE_EXE_LINKER_FLAGS=${LINKER_FLAGS}" ${how})
+    run("${CMAKE_COMMAND}" --build "${host}")
+    run("${host}/kit_host" "${build}")
+    expect("good ${build}/libhello.so loaded\n")
+    expect("[hello] startup in root ${prefix}")
+  endif()
 endforeach()
 message(STATUS "consumer test passed: ${prefix}")

@@ -88,7 +88,8 @@ def test_writes_are_the_library_text(files):
     rows = [("b", True, None, "true"), ("c", -7, None, "-7"), ("d", 0.1, None, "0.1"),
             ("e", 1234567.0, None, "1.23457e+06"), ("f", 1e-7, None, "1e-07"),
             ("g", "x y", None, "x y"), ("h", ["a", "", "b"], ";", "a;;b"), ("i", [""], ";", ""),
-            ("j", "\udcff", None, "\udcff")]  # a byte that is no UTF-8 round-trips
+            ("j", "\udcff", None, "\udcff"),  # a byte that is no UTF-8 round-trips
+            ("k", -2**31, None, "-2147483648"), ("l", ["a", "b"], "\x7f", "a\x7fb")]  # the limits
     with Prefs(user=files["user"], site=files["site"]) as prefs:
         prefs.load()
         for key, value, sep, _ in rows:
@@ -115,7 +116,16 @@ def test_lifecycle_saves_the_user_scope(tmp):
     assert not user.exists()
     with pytest.raises(ValueError, match="closed"):
         prefs.get("k", 0)
+    with pytest.raises(ValueError, match="closed"), prefs:
+        pass
     prefs.close()  # again: nothing
+    with pytest.raises(KeyError), Prefs(user=user, writable=False):
+        raise KeyError("not swallowed by __exit__")
+    user.write_text("k=u\n")
+    one = Prefs(user=user, site=user.with_name("none"), writable=False)
+    one.load(Scope.USER)  # that scope only
+    assert (one.get("k", ""), one.get("k", "", True)) == ("u", "")
+    one.close()
     with Prefs(user=user) as prefs:
         prefs.set("k", 1, Scope.USER)
     assert user.read_text() == "k=1\n"

@@ -71,7 +71,9 @@ class KTBASE_API ktbasesystem : public qrn::ISystem, public qrn::IBase {
  private:
   bool m_isDCCPlugin;
   ktdebug* m_debug;
-  int m_argc;
+  // Recorded, never read: it stays for the class's layout, which plug-ins
+  // compiled against this header rely on.
+  [[maybe_unused]] int m_argc;
   std::vector<std::string> m_arguments;
   std::vector<qrn::IBase*> m_deletionList;
   // std::less<> lets a lookup take the caller's name as a std::string_view,

@@ -51,7 +51,7 @@ class KTBASE_API ktFileLog : public qrn::fwk::ILog {
   void Write(const char* text) override;
 
  private:
-  void* m_reserved;
+  [[maybe_unused]] void* m_reserved;  // unused; kept for the class's layout
   FILE* m_file;
 };
 

@@ -14,6 +14,8 @@
 #include <tuple>
 #include <utility>
 
+#include "ktprefmanager_save.h"
+
 namespace {
 
 using PrefMap = std::map<std::string, std::string>;
@@ -184,10 +186,10 @@ bool CKTPrefManager::SaveToDisk(EPrefType type) {
   return shortWrite;
 }
 
-// True only for a short write (a zero byte in the text stops "%s"; a failing
-// device makes fprintf report an error). No file name or an empty scope
-// touches no file (an emptied scope keeps its old file); a file that cannot
-// be opened gives false without a message.
+// True only when the text was not saved whole (a failed step of the
+// replacement, or a zero byte in the text, where "%s" would stop); no file
+// name or an empty scope touches no file (an emptied scope keeps its old
+// file); a file that cannot be opened gives false without a message.
 bool CKTPrefManager::SaveInternalToDisk(const std::string& path,
                                         const std::map<std::string, std::string>& prefs) {
   if (path.empty() || prefs.empty()) return false;
@@ -202,15 +204,5 @@ bool CKTPrefManager::SaveInternalToDisk(const std::string& path,
     text += entry.second;
     text += '\n';
   }
-
-  std::FILE* file = std::fopen(path.c_str(), "wt");
-  if (file == nullptr) return false;
-  const int written = std::fprintf(file, "%s", text.c_str());
-  const bool shortWrite = written < 0 || static_cast<std::size_t>(written) < text.size();
-  if (shortWrite) {
-    Log::Singleton::Instance()->Stream(2)
-        << "Error: writing preferences to [" << path << "]" << std::endl;
-  }
-  std::fclose(file);
-  return shortWrite;
+  return ktprefsave::SaveText(path, text);
 }

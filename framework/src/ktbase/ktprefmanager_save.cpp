@@ -1,0 +1,195 @@
+#include "ktprefmanager_save.h"
+
+#include <dirent.h>
+#include <fcntl.h>
+#include <limits.h>
+#include <logmanager/log.h>
+#include <signal.h>
+#include <sys/stat.h>
+#include <time.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstdint>
+#include <cstdio>
+#include <cstdlib>
+#include <string_view>
+
+namespace ktprefsave {
+namespace {
+
+enum class Outcome { kSaved, kFailed, kNotOpened };
+
+// A stem of at most this many bytes of the target's name keeps a new file's
+// name within NAME_MAX (255) whatever the target's length.
+constexpr std::size_t kStemMax = 200;
+constexpr const char* kMarker = ".ktsave-";
+// As the kernel's own limit on links followed in one lookup.
+constexpr int kMaxLinks = 40;
+
+int SystemOpen(const char* path, int flags, mode_t mode) { return ::open(path, flags, mode); }
+
+// Follows symbolic links from `path` to the name of the file they lead to,
+// which need not exist (a dangling link names the file a save creates).
+// False for a loop, or a chain too long to follow, which no open would follow
+// either.
+bool FollowLinks(const std::string& path, std::string& target) {
+  target = path;
+  for (int links = 0; links <= kMaxLinks; ++links) {
+    char next[PATH_MAX];
+    const ssize_t size = ::readlink(target.c_str(), next, sizeof next);
+    // Not a link (EINVAL), nothing there (ENOENT), or a lookup that fails:
+    // the open that follows decides.
+    if (size < 0) return true;
+    if (size == 0 || static_cast<std::size_t>(size) == sizeof next) return false;
+    const std::string_view link(next, static_cast<std::size_t>(size));
+    if (link.front() == '/')
+      target.assign(link);
+    else
+      target.replace(target.rfind('/') + 1, std::string::npos, link);  // npos + 1 == 0
+  }
+  return false;
+}
+
+bool WriteAll(int file, std::string_view text, const FileOps& ops) {
+  while (!text.empty()) {
+    const ssize_t wrote = ops.write(file, text.data(), text.size());
+    if (wrote < 0 && errno == EINTR) continue;
+    if (wrote <= 0) return false;
+    text.remove_prefix(static_cast<std::size_t>(wrote));
+  }
+  return true;
+}
+
+// As fopen(target, "w") would, with every write and the close checked.
+Outcome WriteInPlace(const std::string& target, std::string_view text, const FileOps& ops) {
+  const int file = ops.open(target.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0666);
+  if (file < 0) return Outcome::kNotOpened;
+  const bool written = WriteAll(file, text, ops);
+  const bool closed = ops.close(file) == 0;
+  return written && closed ? Outcome::kSaved : Outcome::kFailed;
+}
+
+// Errors of a new file's open or of the rename that say the folder will not
+// take a new name while the target itself may still be writable (or, for a
+// missing folder, that the in-place open fails the same way and reports
+// nothing, as for any file that cannot be opened).
+bool RefusedByFolder(int error) {
+  return error == EACCES || error == EPERM || error == EROFS || error == ENOENT ||
+         error == ENOTDIR || error == ENAMETOOLONG || error == ELOOP;
+}
+
+// Removes the new files of earlier saves of this target that can no longer
+// finish: their process is gone (ESRCH), or it is this one. Best effort.
+void RemoveLeftovers(const std::string& folder, std::string_view stem) {
+  DIR* dir = ::opendir(folder.empty() ? "." : folder.c_str());
+  if (dir == nullptr) return;
+  const long self = static_cast<long>(::getpid());
+  while (const dirent* entry = ::readdir(dir)) {
+    std::string_view name(entry->d_name);
+    if (name.substr(0, stem.size()) != stem) continue;
+    name.remove_prefix(stem.size());
+    char* end = nullptr;
+    const long pid = std::strtol(name.data(), &end, 10);
+    if (end == name.data() || *end != '-' || pid <= 0) continue;
+    if (pid == self || (::kill(static_cast<pid_t>(pid), 0) != 0 && errno == ESRCH))
+      ::unlinkat(::dirfd(dir), entry->d_name, 0);
+  }
+  ::closedir(dir);
+}
+
+// A name no earlier save used: the pid, then a clock-and-counter mix (O_EXCL
+// at the open catches the rare repeat).
+std::string NewName(const std::string& folder, std::string_view stem) {
+  static std::uint64_t counter = 0;  // the library is single-threaded
+  timespec now{};
+  ::clock_gettime(CLOCK_MONOTONIC, &now);
+  const std::uint64_t mix =
+      (static_cast<std::uint64_t>(now.tv_nsec) ^ (++counter << 32)) * 0x9E3779B97F4A7C15ull;
+  char unique[40];
+  std::snprintf(unique, sizeof unique, "%ld-%08x", static_cast<long>(::getpid()),
+                static_cast<unsigned>(mix >> 32));
+  std::string name = folder;
+  name.append(stem).append(unique);
+  return name;
+}
+
+Outcome Replace(const std::string& path, std::string_view text, const FileOps& ops) {
+  std::string target;
+  if (!FollowLinks(path, target)) return Outcome::kNotOpened;
+
+  struct stat old {};
+  const bool exists = ::stat(target.c_str(), &old) == 0;
+  if (exists && !S_ISREG(old.st_mode)) return WriteInPlace(target, text, ops);
+  // A file the process may not write stays as it is, as when it could not
+  // be opened (a rename would replace it all the same).
+  if (exists && ::faccessat(AT_FDCWD, target.c_str(), W_OK, AT_EACCESS) != 0)
+    return Outcome::kNotOpened;
+
+  const std::size_t slash = target.rfind('/') + 1;  // npos + 1 == 0
+  const std::string folder = target.substr(0, slash);
+  std::string stem = ".";
+  stem.append(target, slash, kStemMax).append(kMarker);
+  RemoveLeftovers(folder, stem);
+
+  // An existing file's text is not shown to others before its mode is set.
+  std::string name;
+  int file = -1;
+  for (int attempt = 0; attempt < 100 && file < 0; ++attempt) {
+    name = NewName(folder, stem);
+    file = ops.open(name.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, exists ? 0600 : 0666);
+    if (file < 0 && errno != EEXIST) break;
+  }
+  if (file < 0) return RefusedByFolder(errno) ? WriteInPlace(target, text, ops) : Outcome::kFailed;
+
+  if (exists) {
+    // chown before chmod: chown clears the set-user and set-group bits. Where
+    // the owner cannot be kept, the group may still be.
+    static_cast<void>(::fchown(file, old.st_uid, old.st_gid) == 0 ||
+                      ::fchown(file, static_cast<uid_t>(-1), old.st_gid) == 0);
+    ::fchmod(file, old.st_mode & 07777);
+  }
+  bool saved = WriteAll(file, text, ops) && ops.sync(file) == 0;
+  saved = ops.close(file) == 0 && saved;
+  int renameError = 0;
+  if (saved && ops.rename(name.c_str(), target.c_str()) != 0) {
+    renameError = errno;
+    saved = false;
+  }
+  if (!saved) {
+    ::unlink(name.c_str());
+    return RefusedByFolder(renameError) ? WriteInPlace(target, text, ops) : Outcome::kFailed;
+  }
+
+  // The rename itself is durable once the folder is synced.
+  const int dir = ::open(folder.empty() ? "." : folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+  if (dir >= 0) {
+    ::fsync(dir);
+    ::close(dir);
+  }
+  return Outcome::kSaved;
+}
+
+}  // namespace
+
+const FileOps& SystemFileOps() {
+  static const FileOps ops{&SystemOpen, &::write, &::fdatasync, &::close, &::rename};
+  return ops;
+}
+
+bool SaveText(const std::string& path, const std::string& text, const FileOps& ops) {
+  // "%s" stops at a zero byte: the file ends there, and the save counts as
+  // short.
+  const std::size_t length = text.find('\0');
+  const bool cut = length != std::string::npos;
+  const Outcome outcome = Replace(path, std::string_view(text).substr(0, length), ops);
+  if (outcome == Outcome::kNotOpened) return false;
+  const bool failed = cut || outcome == Outcome::kFailed;
+  if (failed) {
+    Log::Singleton::Instance()->Stream(2)
+        << "Error: writing preferences to [" << path << "]" << std::endl;
+  }
+  return failed;
+}
+
+}  // namespace ktprefsave

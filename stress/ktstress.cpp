@@ -1,7 +1,8 @@
 // ktstress: many system lifecycles and preference operations in one process,
 // then a check that resident memory did not grow.
 //
-//   ktstress [--cycles N] [--pref-ops N] [--max-growth PERCENT]
+//   ktstress [--cycles N] [--pref-ops N] [--max-growth PERCENT] [--kills N]
+//            [--concurrent-saves N]
 //
 // Each cycle initialises the system, registers and uses singletons, a
 // component, named objects, startup factories and objects handed over for
@@ -9,24 +10,39 @@
 // reads in equal number, over a fixed set of keys, with a save and reload
 // every tenth of the run) are spread over the cycles. The program checks that
 // every object made in a cycle is destroyed by its end, and compares the
-// resident set after the first cycle with the one after the run. Exit status:
-// 0 when within --max-growth (default 5%), 1 otherwise or on a broken check,
-// 2 on bad arguments. All files go to a private folder (also "TMPDIR") that is
-// removed at the end.
+// resident set after the first cycle with the one after the run.
+//
+// Then the saves of one file by other processes: a child saves two texts of
+// the same 2,000 keys in turn and is killed with SIGKILL at a random instant,
+// --kills times (default 300); after each kill the file must hold one of the
+// texts whole, and a save of this process must leave no other file in the
+// folder. Last, two children save one text each --concurrent-saves times
+// (default 1,000) while this process reads the file: every read must find one
+// whole text.
+//
+// Exit status: 0 when within --max-growth (default 5%), 1 otherwise or on a
+// broken check, 2 on bad arguments. All files go to a private folder (also
+// "TMPDIR") that is removed at the end.
 #include <ktbase/idestroy.h>
 #include <ktbase/irefcount.h>
 #include <ktbase/isingleton.h>
 #include <ktbase/ktbase.h>
 #include <ktbase/ktprefmanager.h>
+#include <signal.h>
+#include <sys/wait.h>
 #include <unistd.h>
 
 #include <boost/filesystem.hpp>
+#include <chrono>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
 #include <fstream>
+#include <iterator>
 #include <memory>
+#include <random>
 #include <string>
+#include <thread>
 #include <vector>
 
 namespace {
@@ -160,19 +176,98 @@ void SaveAndReload(IKTPrefManager& prefs, const std::string& folder) {
   prefs.LoadFromDisk(IKTPrefManager::ePrefSite);
 }
 
+// Two managers whose user scopes hold the same keys with other values, saved
+// to one file by other processes.
+struct SaveRace {
+  boost::filesystem::path folder;
+  std::string file, texts[2];
+  std::unique_ptr<IKTPrefManager> prefs[2];
+};
+
+std::string ReadAll(const std::string& path) {
+  std::ifstream in(path, std::ios::binary);
+  return std::string(std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>());
+}
+
+bool WholeText(const SaveRace& race) {
+  const std::string text = ReadAll(race.file);
+  return text == race.texts[0] || text == race.texts[1];
+}
+
+bool FileAlone(const SaveRace& race) {
+  namespace fs = boost::filesystem;
+  return std::distance(fs::directory_iterator(race.folder), fs::directory_iterator()) == 1;
+}
+
+// A child that saves prefs[first], then the other (when `both`), in turn,
+// `times` times or until killed; it exits 1 on a failed save.
+pid_t StartSaver(SaveRace& race, int first, bool both, long times) {
+  const pid_t pid = ::fork();
+  if (pid != 0) return pid;
+  for (long n = 0; times == 0 || n < times; ++n) {
+    if (race.prefs[(first + (both ? n : 0)) % 2]->SaveToDisk(IKTPrefManager::ePrefUser)) ::_exit(1);
+  }
+  ::_exit(0);
+}
+
+void KilledSaves(SaveRace& race, long kills) {
+  std::mt19937 random(19);
+  const auto start = std::chrono::steady_clock::now();
+  race.prefs[0]->SaveToDisk(IKTPrefManager::ePrefUser);
+  const long once = std::chrono::duration_cast<std::chrono::microseconds>(
+                        std::chrono::steady_clock::now() - start)
+                        .count();
+  std::uniform_int_distribution<long> delay(0, 3 * once + 500);
+  long held[2] = {0, 0}, left = 0;
+  for (long kill = 1; kill <= kills && !g_failed; ++kill) {
+    const pid_t saver = StartSaver(race, 1, true, 0);
+    std::this_thread::sleep_for(std::chrono::microseconds(delay(random)));
+    ::kill(saver, SIGKILL);
+    ::waitpid(saver, nullptr, 0);
+    Check(WholeText(race), "a killed save leaves the old or the new text whole", kill);
+    ++held[ReadAll(race.file) == race.texts[0] ? 0 : 1];
+    left += FileAlone(race) ? 0 : 1;
+    Check(!race.prefs[0]->SaveToDisk(IKTPrefManager::ePrefUser) && FileAlone(race),
+          "the next save leaves no other file", kill);
+  }
+  std::printf(
+      "killed saves           %ld (one save: %ld us; file then held the first text %ld "
+      "times, the second %ld; a new file was left %ld times)\n",
+      kills, once, held[0], held[1], left);
+}
+
+void ConcurrentSaves(SaveRace& race, long saves) {
+  const pid_t savers[2] = {StartSaver(race, 0, false, saves), StartSaver(race, 1, false, saves)};
+  long reads = 0;
+  for (const pid_t saver : savers) {
+    int status = 0;
+    while (::waitpid(saver, &status, WNOHANG) == 0) {
+      Check(WholeText(race), "a read during concurrent saves finds one whole text", ++reads);
+    }
+    Check(WIFEXITED(status) && WEXITSTATUS(status) == 0, "every concurrent save succeeds", reads);
+  }
+  Check(WholeText(race) && FileAlone(race), "concurrent saves end with one whole text", reads);
+  std::printf("concurrent saves       2 x %ld, %ld reads meanwhile, each of one whole text\n",
+              saves, reads);
+}
+
 }  // namespace
 
 int main(int argc, char** argv) {
-  long cycles = 100000, prefOps = 1000000, maxGrowth = 5;
+  long cycles = 100000, prefOps = 1000000, maxGrowth = 5, kills = 300, concurrentSaves = 1000;
   for (int i = 1; i < argc; i += 2) {
-    long* target = std::strcmp(argv[i], "--cycles") == 0       ? &cycles
-                   : std::strcmp(argv[i], "--pref-ops") == 0   ? &prefOps
-                   : std::strcmp(argv[i], "--max-growth") == 0 ? &maxGrowth
-                                                               : nullptr;
+    long* target = std::strcmp(argv[i], "--cycles") == 0             ? &cycles
+                   : std::strcmp(argv[i], "--pref-ops") == 0         ? &prefOps
+                   : std::strcmp(argv[i], "--max-growth") == 0       ? &maxGrowth
+                   : std::strcmp(argv[i], "--kills") == 0            ? &kills
+                   : std::strcmp(argv[i], "--concurrent-saves") == 0 ? &concurrentSaves
+                                                                     : nullptr;
     char* end = nullptr;
     if (target == nullptr || i + 1 == argc || (*target = std::strtol(argv[i + 1], &end, 10)) < 1 ||
         *end != '\0') {
-      std::fprintf(stderr, "usage: %s [--cycles N] [--pref-ops N] [--max-growth PERCENT]\n",
+      std::fprintf(stderr,
+                   "usage: %s [--cycles N] [--pref-ops N] [--max-growth PERCENT] [--kills N] "
+                   "[--concurrent-saves N]\n",
                    argv[0]);
       return 2;
     }
@@ -219,6 +314,25 @@ int main(int argc, char** argv) {
   }
   Check(g_inits == g_terms, "every Init() has its Term()", cycles);
   Check(g_live == 0, "nothing left alive", cycles);
+
+  SaveRace race;
+  race.folder = folder / "race";
+  fs::create_directories(race.folder);
+  race.file = (race.folder / "user.prefs").string();
+  for (int n = 0; n < 2; ++n) {
+    race.prefs[n].reset(IKTPrefManager::Create());
+    race.prefs[n]->Configure(race.file, IKTPrefManager::ePrefUser);
+    for (int key = 0; key < 2000; ++key) {
+      char name[32];
+      std::snprintf(name, sizeof name, "Stress.Race.Key%04d", key);
+      const std::string value(30, "ab"[n]);
+      race.prefs[n]->SetPref(name, value, IKTPrefManager::ePrefUser);
+      race.texts[n] += std::string(name) + "=" + value + "\n";
+    }
+  }
+  if (!g_failed) KilledSaves(race, kills);
+  if (!g_failed) ConcurrentSaves(race, concurrentSaves);
+  for (auto& prefs : race.prefs) prefs->Writable(false);
   const bool grew = rssLast * 100 > rssFirst * (100 + maxGrowth);
   if (grew) std::fprintf(stderr, "ktstress: resident memory grew by more than %ld%%\n", maxGrowth);
   boost::system::error_code ec;

@@ -7,6 +7,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <cstdio>
 #include <cstring>
@@ -194,15 +195,16 @@ bool CKTPrefManager::SaveInternalToDisk(const std::string& path,
                                         const std::map<std::string, std::string>& prefs) {
   if (path.empty() || prefs.empty()) return false;
 
+  // Sized in one walk and filled in a second, with plain copies.
   std::size_t size = 0;
   for (const auto& entry : prefs) size += entry.first.size() + entry.second.size() + 2;
-  std::string text;
-  text.reserve(size);
+  std::string text(size, '\0');
+  char* out = &text[0];
   for (const auto& entry : prefs) {
-    text += entry.first;
-    text += '=';
-    text += entry.second;
-    text += '\n';
+    out = std::copy(entry.first.begin(), entry.first.end(), out);
+    *out++ = '=';
+    out = std::copy(entry.second.begin(), entry.second.end(), out);
+    *out++ = '\n';
   }
   return ktprefsave::SaveText(path, text);
 }

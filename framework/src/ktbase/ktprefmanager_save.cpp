@@ -29,10 +29,9 @@ constexpr int kMaxLinks = 40;
 
 int SystemOpen(const char* path, int flags, mode_t mode) { return ::open(path, flags, mode); }
 
-// Follows symbolic links from `path` to the name of the file they lead to,
-// which need not exist (a dangling link names the file a save creates).
-// False for a loop, or a chain too long to follow, which no open would follow
-// either.
+// Follows the symbolic link `path` to the name of the file it leads to, which
+// need not exist (a dangling link names the file a save creates). False for a
+// loop, or a chain too long to follow, which no open would follow either.
 bool FollowLinks(const std::string& path, std::string& target) {
   target = path;
   for (int links = 0; links <= kMaxLinks; ++links) {
@@ -80,46 +79,64 @@ bool RefusedByFolder(int error) {
 }
 
 // Removes the new files of earlier saves of this target that can no longer
-// finish: their process is gone (ESRCH), or it is this one. Best effort.
-void RemoveLeftovers(const std::string& folder, std::string_view stem) {
-  DIR* dir = ::opendir(folder.empty() ? "." : folder.c_str());
-  if (dir == nullptr) return;
-  const long self = static_cast<long>(::getpid());
-  while (const dirent* entry = ::readdir(dir)) {
-    std::string_view name(entry->d_name);
-    if (name.substr(0, stem.size()) != stem) continue;
-    name.remove_prefix(stem.size());
-    char* end = nullptr;
-    const long pid = std::strtol(name.data(), &end, 10);
-    if (end == name.data() || *end != '-' || pid <= 0) continue;
-    if (pid == self || (::kill(static_cast<pid_t>(pid), 0) != 0 && errno == ESRCH))
-      ::unlinkat(::dirfd(dir), entry->d_name, 0);
+// finish: their process is gone (ESRCH), or it is this one. Best effort. Reads
+// the open folder `dir` with getdents64 into a buffer on the stack: opendir
+// would allocate 32 KiB for each save.
+void RemoveLeftovers(int dir, std::string_view stem, long self) {
+  alignas(dirent64) char buffer[8192];
+  ssize_t size;
+  while ((size = ::getdents64(dir, buffer, sizeof buffer)) > 0) {
+    for (ssize_t at = 0; at < size;) {
+      const auto* entry = reinterpret_cast<const dirent64*>(buffer + at);
+      at += entry->d_reclen;
+      std::string_view name(entry->d_name);
+      if (name.substr(0, stem.size()) != stem) continue;
+      name.remove_prefix(stem.size());
+      char* end = nullptr;
+      const long pid = std::strtol(name.data(), &end, 10);
+      if (end == name.data() || *end != '-' || pid <= 0) continue;
+      if (pid == self || (::kill(static_cast<pid_t>(pid), 0) != 0 && errno == ESRCH))
+        ::unlinkat(dir, entry->d_name, 0);
+    }
   }
-  ::closedir(dir);
 }
+
+// The target's folder, open for the leftover scan and the final sync (-1 when
+// it cannot be read: both are then skipped).
+struct Folder {
+  explicit Folder(const std::string& path)
+      : fd(::open(path.empty() ? "." : path.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC)) {}
+  ~Folder() {
+    if (fd >= 0) ::close(fd);
+  }
+  Folder(const Folder&) = delete;
+  Folder& operator=(const Folder&) = delete;
+  const int fd;
+};
 
 // A name no earlier save used: the pid, then a clock-and-counter mix (O_EXCL
 // at the open catches the rare repeat).
-std::string NewName(const std::string& folder, std::string_view stem) {
+std::string NewName(const std::string& folder, std::string_view stem, long self) {
   static std::uint64_t counter = 0;  // the library is single-threaded
   timespec now{};
   ::clock_gettime(CLOCK_MONOTONIC, &now);
   const std::uint64_t mix =
       (static_cast<std::uint64_t>(now.tv_nsec) ^ (++counter << 32)) * 0x9E3779B97F4A7C15ull;
   char unique[40];
-  std::snprintf(unique, sizeof unique, "%ld-%08x", static_cast<long>(::getpid()),
-                static_cast<unsigned>(mix >> 32));
+  std::snprintf(unique, sizeof unique, "%ld-%08x", self, static_cast<unsigned>(mix >> 32));
   std::string name = folder;
   name.append(stem).append(unique);
   return name;
 }
 
 Outcome Replace(const std::string& path, std::string_view text, const FileOps& ops) {
-  std::string target;
-  if (!FollowLinks(path, target)) return Outcome::kNotOpened;
-
   struct stat old {};
-  const bool exists = ::stat(target.c_str(), &old) == 0;
+  bool exists = ::lstat(path.c_str(), &old) == 0;
+  std::string target = path;
+  if (exists && S_ISLNK(old.st_mode)) {
+    if (!FollowLinks(path, target)) return Outcome::kNotOpened;
+    exists = ::stat(target.c_str(), &old) == 0;
+  }
   if (exists && !S_ISREG(old.st_mode)) return WriteInPlace(target, text, ops);
   // A file the process may not write stays as it is, as when it could not
   // be opened (a rename would replace it all the same).
@@ -130,24 +147,32 @@ Outcome Replace(const std::string& path, std::string_view text, const FileOps& o
   const std::string folder = target.substr(0, slash);
   std::string stem = ".";
   stem.append(target, slash, kStemMax).append(kMarker);
-  RemoveLeftovers(folder, stem);
+  const long self = static_cast<long>(::getpid());
+  const Folder dir(folder);
+  if (dir.fd >= 0) RemoveLeftovers(dir.fd, stem, self);
 
-  // An existing file's text is not shown to others before its mode is set.
+  // Created with the old file's permission bits (less the umask): its text is
+  // never shown wider than the old one was.
   std::string name;
   int file = -1;
   for (int attempt = 0; attempt < 100 && file < 0; ++attempt) {
-    name = NewName(folder, stem);
-    file = ops.open(name.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, exists ? 0600 : 0666);
+    name = NewName(folder, stem, self);
+    file = ops.open(name.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC,
+                    exists ? old.st_mode & 0777 : 0666);
     if (file < 0 && errno != EEXIST) break;
   }
   if (file < 0) return RefusedByFolder(errno) ? WriteInPlace(target, text, ops) : Outcome::kFailed;
 
-  if (exists) {
-    // chown before chmod: chown clears the set-user and set-group bits. Where
-    // the owner cannot be kept, the group may still be.
-    static_cast<void>(::fchown(file, old.st_uid, old.st_gid) == 0 ||
-                      ::fchown(file, static_cast<uid_t>(-1), old.st_gid) == 0);
-    ::fchmod(file, old.st_mode & 07777);
+  struct stat made {};
+  if (exists && ::fstat(file, &made) == 0) {
+    if (made.st_uid != old.st_uid || made.st_gid != old.st_gid) {
+      // Where the owner cannot be kept, the group may still be. chown clears
+      // the set-user and set-group bits: the mode is set again after it.
+      static_cast<void>(::fchown(file, old.st_uid, old.st_gid) == 0 ||
+                        ::fchown(file, static_cast<uid_t>(-1), old.st_gid) == 0);
+      made.st_mode = ~old.st_mode;
+    }
+    if ((made.st_mode ^ old.st_mode) & 07777) ::fchmod(file, old.st_mode & 07777);
   }
   bool saved = WriteAll(file, text, ops) && ops.sync(file) == 0;
   saved = ops.close(file) == 0 && saved;
@@ -162,11 +187,7 @@ Outcome Replace(const std::string& path, std::string_view text, const FileOps& o
   }
 
   // The rename itself is durable once the folder is synced.
-  const int dir = ::open(folder.empty() ? "." : folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
-  if (dir >= 0) {
-    ::fsync(dir);
-    ::close(dir);
-  }
+  if (dir.fd >= 0) ::fsync(dir.fd);
   return Outcome::kSaved;
 }
 

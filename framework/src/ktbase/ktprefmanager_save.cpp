@@ -138,10 +138,6 @@ Outcome Replace(const std::string& path, std::string_view text, const FileOps& o
     exists = ::stat(target.c_str(), &old) == 0;
   }
   if (exists && !S_ISREG(old.st_mode)) return WriteInPlace(target, text, ops);
-  // A file the process may not write stays as it is, as when it could not
-  // be opened (a rename would replace it all the same).
-  if (exists && ::faccessat(AT_FDCWD, target.c_str(), W_OK, AT_EACCESS) != 0)
-    return Outcome::kNotOpened;
 
   const std::size_t slash = target.rfind('/') + 1;  // npos + 1 == 0
   const std::string folder = target.substr(0, slash);
@@ -164,7 +160,18 @@ Outcome Replace(const std::string& path, std::string_view text, const FileOps& o
   if (file < 0) return RefusedByFolder(errno) ? WriteInPlace(target, text, ops) : Outcome::kFailed;
 
   struct stat made {};
-  if (exists && ::fstat(file, &made) == 0) {
+  const bool known = exists && ::fstat(file, &made) == 0;
+  // A file the process may not write stays as it is, as when it could not be
+  // opened (a rename would replace it all the same). The new file's owner is
+  // the process: an owner with the write bit may write; for anyone else, the
+  // kernel says.
+  if (exists && !(known && made.st_uid == old.st_uid && (old.st_mode & S_IWUSR)) &&
+      ::faccessat(AT_FDCWD, target.c_str(), W_OK, AT_EACCESS) != 0) {
+    ::close(file);
+    ::unlink(name.c_str());
+    return Outcome::kNotOpened;
+  }
+  if (known) {
     if (made.st_uid != old.st_uid || made.st_gid != old.st_gid) {
       // Where the owner cannot be kept, the group may still be. chown clears
       // the set-user and set-group bits: the mode is set again after it.

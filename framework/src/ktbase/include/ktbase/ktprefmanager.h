@@ -96,9 +96,16 @@ class KTBASE_API IKTPrefManager : public qrn::IBase, public qrn::IDestroy, publi
   // already loaded. True for every single scope (missing file included);
   // ePrefAll reads nothing and returns false.
   virtual bool LoadFromDisk(EPrefType type) = 0;
-  // Writes one or all scopes. Deliberately true only when a file was written
-  // short; a complete write, or no write (read-only, no file name, empty
-  // scope, cannot open), gives false.
+  // Writes one or all scopes. Deliberately true only when a file was not
+  // saved whole (a failed write, sync, close or rename, or a zero byte in the
+  // text, where the file then ends); a complete save, or no write (read-only,
+  // no file name, empty scope, cannot open), gives false.
+  // A crash, a kill or a full disk during a save leaves each file with its
+  // old text or its new one, whole, and a save that gave false is on disk
+  // (links followed, mode and owner kept). Only a file that no rename can
+  // replace (a device, a FIFO, one whose folder refuses new files) is written
+  // in place, where a crash or a full disk can still cut it (the full disk
+  // reported by a true).
   virtual bool SaveToDisk(EPrefType type) = 0;
   // Dumps the three maps, raw, to standard output.
   virtual void Print() = 0;

@@ -176,79 +176,73 @@ void SaveAndReload(IKTPrefManager& prefs, const std::string& folder) {
   prefs.LoadFromDisk(IKTPrefManager::ePrefSite);
 }
 
-// Two managers whose user scopes hold the same keys with other values, saved
-// to one file by other processes.
-struct SaveRace {
-  boost::filesystem::path folder;
-  std::string file, texts[2];
-  std::unique_ptr<IKTPrefManager> prefs[2];
-};
-
-std::string ReadAll(const std::string& path) {
-  std::ifstream in(path, std::ios::binary);
-  return std::string(std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>());
-}
-
-bool WholeText(const SaveRace& race) {
-  const std::string text = ReadAll(race.file);
-  return text == race.texts[0] || text == race.texts[1];
-}
-
-bool FileAlone(const SaveRace& race) {
+// Saves of one file by other processes. Two managers hold the same keys with
+// other values; a child saves both in turn and is killed at a random instant
+// up to 10 ms after its fork (on a disk about one save, on tmpfs many), then
+// two children save one each `saves` times while this process reads.
+void SaveRaces(const boost::filesystem::path& folder, long kills, long saves) {
   namespace fs = boost::filesystem;
-  return std::distance(fs::directory_iterator(race.folder), fs::directory_iterator()) == 1;
-}
-
-// A child that saves prefs[first], then the other (when `both`), in turn,
-// `times` times or until killed; it exits 1 on a failed save.
-pid_t StartSaver(SaveRace& race, int first, bool both, long times) {
-  const pid_t pid = ::fork();
-  if (pid != 0) return pid;
-  for (long n = 0; times == 0 || n < times; ++n) {
-    if (race.prefs[(first + (both ? n : 0)) % 2]->SaveToDisk(IKTPrefManager::ePrefUser)) ::_exit(1);
-  }
-  ::_exit(0);
-}
-
-void KilledSaves(SaveRace& race, long kills) {
-  std::mt19937 random(19);
-  const auto start = std::chrono::steady_clock::now();
-  race.prefs[0]->SaveToDisk(IKTPrefManager::ePrefUser);
-  const long once = std::chrono::duration_cast<std::chrono::microseconds>(
-                        std::chrono::steady_clock::now() - start)
-                        .count();
-  std::uniform_int_distribution<long> delay(0, 3 * once + 500);
-  long held[2] = {0, 0}, left = 0;
-  for (long kill = 1; kill <= kills && !g_failed; ++kill) {
-    const pid_t saver = StartSaver(race, 1, true, 0);
-    std::this_thread::sleep_for(std::chrono::microseconds(delay(random)));
-    ::kill(saver, SIGKILL);
-    ::waitpid(saver, nullptr, 0);
-    Check(WholeText(race), "a killed save leaves the old or the new text whole", kill);
-    ++held[ReadAll(race.file) == race.texts[0] ? 0 : 1];
-    left += FileAlone(race) ? 0 : 1;
-    Check(!race.prefs[0]->SaveToDisk(IKTPrefManager::ePrefUser) && FileAlone(race),
-          "the next save leaves no other file", kill);
-  }
-  std::printf(
-      "killed saves           %ld (one save: %ld us; file then held the first text %ld "
-      "times, the second %ld; a new file was left %ld times)\n",
-      kills, once, held[0], held[1], left);
-}
-
-void ConcurrentSaves(SaveRace& race, long saves) {
-  const pid_t savers[2] = {StartSaver(race, 0, false, saves), StartSaver(race, 1, false, saves)};
-  long reads = 0;
-  for (const pid_t saver : savers) {
-    int status = 0;
-    while (::waitpid(saver, &status, WNOHANG) == 0) {
-      Check(WholeText(race), "a read during concurrent saves finds one whole text", ++reads);
+  constexpr auto kUser = IKTPrefManager::ePrefUser;
+  const std::string file = (folder / "user.prefs").string();
+  std::unique_ptr<IKTPrefManager> prefs[2];
+  std::string texts[2];
+  const auto text = [&] {
+    std::ifstream in(file, std::ios::binary);
+    return std::string(std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>());
+  };
+  const auto whole = [&] {
+    const std::string read = text();
+    return read == texts[0] || read == texts[1];
+  };
+  const auto alone = [&] {
+    return std::distance(fs::directory_iterator(folder), fs::directory_iterator()) == 1;
+  };
+  // A child that saves prefs[first] `times` times, or (times 0) both in turn
+  // until killed; it exits 1 on a failed save.
+  const auto saver = [&](int first, long times) {
+    const pid_t pid = ::fork();
+    for (long n = 0; pid == 0 && (times == 0 || n < times); ++n) {
+      if (prefs[(first + (times == 0 ? n : 0)) % 2]->SaveToDisk(kUser)) ::_exit(1);
     }
+    if (pid == 0) ::_exit(0);
+    return pid;
+  };
+  fs::create_directories(folder);
+  for (int n = 0; n < 2; ++n) {
+    prefs[n].reset(IKTPrefManager::Create());
+    prefs[n]->Configure(file, kUser);
+    for (int key = 1000; key < 3000; ++key)
+      prefs[n]->SetPref("Stress.Race.Key" + std::to_string(key), std::string(30, "ab"[n]), kUser);
+    prefs[n]->SaveToDisk(kUser);
+    texts[n] = text();
+  }
+
+  std::mt19937 random(19);
+  long left = 0;
+  for (long kill = 1; kill <= kills && !g_failed; ++kill) {
+    const pid_t child = saver(1, 0);
+    std::this_thread::sleep_for(std::chrono::microseconds(random() % 10000));
+    ::kill(child, SIGKILL);
+    ::waitpid(child, nullptr, 0);
+    Check(whole(), "a killed save leaves the old or the new text whole", kill);
+    left += alone() ? 0 : 1;
+    Check(!prefs[0]->SaveToDisk(kUser) && alone(), "the next save leaves no other file", kill);
+  }
+  std::printf("killed saves           %ld (%ld left a new file, which the next save removed)\n",
+              kills, left);
+
+  const pid_t savers[2] = {saver(0, saves), saver(1, saves)};
+  long reads = 0;
+  for (const pid_t child : savers) {
+    int status = 0;
+    while (::waitpid(child, &status, WNOHANG) == 0)
+      Check(whole(), "a read during concurrent saves finds one whole text", ++reads);
     Check(WIFEXITED(status) && WEXITSTATUS(status) == 0, "every concurrent save succeeds", reads);
   }
-  Check(WholeText(race) && FileAlone(race), "concurrent saves end with one whole text", reads);
+  Check(whole() && alone(), "concurrent saves end with one whole text", reads);
   std::printf("concurrent saves       2 x %ld, %ld reads meanwhile, each of one whole text\n",
               saves, reads);
+  for (auto& manager : prefs) manager->Writable(false);
 }
 
 }  // namespace
@@ -315,24 +309,7 @@ int main(int argc, char** argv) {
   Check(g_inits == g_terms, "every Init() has its Term()", cycles);
   Check(g_live == 0, "nothing left alive", cycles);
 
-  SaveRace race;
-  race.folder = folder / "race";
-  fs::create_directories(race.folder);
-  race.file = (race.folder / "user.prefs").string();
-  for (int n = 0; n < 2; ++n) {
-    race.prefs[n].reset(IKTPrefManager::Create());
-    race.prefs[n]->Configure(race.file, IKTPrefManager::ePrefUser);
-    for (int key = 0; key < 2000; ++key) {
-      char name[32];
-      std::snprintf(name, sizeof name, "Stress.Race.Key%04d", key);
-      const std::string value(30, "ab"[n]);
-      race.prefs[n]->SetPref(name, value, IKTPrefManager::ePrefUser);
-      race.texts[n] += std::string(name) + "=" + value + "\n";
-    }
-  }
-  if (!g_failed) KilledSaves(race, kills);
-  if (!g_failed) ConcurrentSaves(race, concurrentSaves);
-  for (auto& prefs : race.prefs) prefs->Writable(false);
+  if (!g_failed) SaveRaces(folder / "race", kills, concurrentSaves);
   const bool grew = rssLast * 100 > rssFirst * (100 + maxGrowth);
   if (grew) std::fprintf(stderr, "ktstress: resident memory grew by more than %ld%%\n", maxGrowth);
   boost::system::error_code ec;

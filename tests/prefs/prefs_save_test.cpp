@@ -1,6 +1,6 @@
 // Saving: what each failed step of a file's replacement leaves behind, a real
-// full file system, and what a saved file keeps of the one it replaces. Saves
-// killed half way and concurrent savers are in stress/ktstress.
+// full file system and device, and what a saved file keeps of the one it
+// replaces. Saves killed half way and concurrent savers: stress/ktstress.
 #include <sys/mount.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
@@ -10,6 +10,7 @@
 #include <boost/filesystem.hpp>
 #include <cerrno>
 #include <cstring>
+#include <tuple>
 
 #include "ktprefmanager_save.h"
 #include "prefs_fixture.h"
@@ -18,7 +19,7 @@ namespace fs = boost::filesystem;
 
 namespace {
 
-// The seam: `g_fail` fails once with `g_error`; writes take 7 bytes at a time.
+// The seam: step `g_fail` fails once with `g_error`; writes take 7 bytes at a time.
 enum Step { kOpen, kWrite, kSync, kClose, kRename, kNone };
 Step g_fail = kNone;
 int g_error = 0;
@@ -41,58 +42,86 @@ const ktprefsave::FileOps kFaulty{
     [](int file) { return ::close(file) != 0 || Fails(kClose) ? -1 : 0; },
     [](const char* from, const char* to) { return Fails(kRename) ? -1 : ::rename(from, to); }};
 
-std::string WritingError(const std::string& path) {
-  return "Error: writing preferences to [" + path + "]\n";
+// Whether `log` holds the one writing error of `path`.
+bool OneWritingError(const kttest::LogCapture& log, const std::string& path) {
+  return log.records().size() == 1 && log.records()[0].level == 2 &&
+         log.records()[0].text == "Error: writing preferences to [" + path + "]\n";
 }
 
 }  // namespace
 
 // A failed step leaves the old bytes, no new file and one message; a refusal
-// of the folder falls back to writing in place; an interrupted write goes on.
-// The same through a relative link, which stays. The first save also removes
-// the new files of saves that can no longer finish (this process's, a dead
-// one's), and only those.
+// of the folder falls back to writing in place; an interrupted write goes on;
+// a zero byte ends the file and counts as short. The same through a relative
+// link, which stays; the file keeps its mode and owner. The first save also
+// removes the new files of saves that can no longer finish (a dead process's,
+// this one's), and only those. Last, a dangling link: the file it names is
+// made, with the mode fopen gives.
 TEST_F(PrefsTest, EachFailedStepKeepsTheOldFile) {
+  const std::string text = "a=2\nb=" + std::string(40, 'x') + "\n", cut("a=2\0b\n", 6);
   const struct {
     Step step;
     int error;
-    bool saved;
-  } rows[] = {{kNone, 0, true},        {kOpen, ENOSPC, false}, {kOpen, EACCES, true},
-              {kWrite, ENOSPC, false}, {kWrite, EINTR, true},  {kSync, EIO, false},
-              {kClose, EDQUOT, false}, {kRename, EIO, false},  {kRename, EPERM, true}};
+    const std::string& input;
+    const char* saved;  // null: the old text stays
+  } rows[] = {{kNone, 0, text, text.c_str()},       {kOpen, ENOSPC, text, nullptr},
+              {kOpen, EACCES, text, text.c_str()},  {kWrite, ENOSPC, text, nullptr},
+              {kWrite, EINTR, text, text.c_str()},  {kSync, EIO, text, nullptr},
+              {kClose, EDQUOT, text, nullptr},      {kRename, EIO, text, nullptr},
+              {kRename, EPERM, text, text.c_str()}, {kNone, 0, cut, "a=2"}};
   const pid_t dead = ::fork();
   if (dead == 0) ::_exit(0);
   ::waitpid(dead, nullptr, 0);
   const std::string stale[] = {".t.prefs.ktsave-" + std::to_string(dead) + "-0",
                                ".t.prefs.ktsave-" + std::to_string(::getpid()) + "-0"};
-  for (const char* name : {stale[0].c_str(), stale[1].c_str(), ".t.prefs.ktsave-1-0", ".t.prefs.x"})
+  for (const std::string& name : {stale[0], stale[1], std::string(".t.prefs.ktsave-1-0")})
     writeFile(name, "");
+  const bool root = ::geteuid() == 0;  // only root may give a file away
+  const auto identity =
+      std::make_tuple(0604u, root ? 4321 : ::geteuid(), root ? 8765 : ::getegid());
+  const std::string target = writeFile("t.prefs", "");
+  ASSERT_EQ(::chown(target.c_str(), std::get<1>(identity), std::get<2>(identity)), 0);
+  ASSERT_EQ(::chmod(target.c_str(), 0604), 0);
   fs::create_symlink("t.prefs", path("l.prefs"));
-  const std::string text = "a=2\nb=" + std::string(40, 'x') + "\n";
+  struct stat info {};
   for (const char* name : {"t.prefs", "l.prefs"}) {
     for (const auto& row : rows) {
-      SCOPED_TRACE(std::string(name) + ", step " + std::to_string(row.step) + ": " +
-                   std::strerror(row.error));
+      SCOPED_TRACE(testing::Message() << name << ", row " << &row - rows);
       writeFile("t.prefs", "a=1\n");
       auto expected = kttest::Snapshot(dir());
       for (const std::string& file : stale) expected.erase(path(file));
-      if (row.saved) expected[path("t.prefs")] = "file:" + text;
+      if (row.saved) expected[target] = std::string("file:") + row.saved;
       g_fail = row.step;
       g_error = row.error;
       kttest::LogCapture log;
-      EXPECT_EQ(ktprefsave::SaveText(path(name), text, kFaulty), !row.saved);
+      const bool whole = row.saved != nullptr && row.saved == text;
+      EXPECT_EQ(ktprefsave::SaveText(path(name), row.input, kFaulty), !whole);
       EXPECT_EQ(kttest::Snapshot(dir()), expected);
-      ASSERT_EQ(log.records().size(), row.saved ? 0u : 1u);
-      for (const auto& record : log.records()) {
-        EXPECT_EQ(record.level, 2);
-        EXPECT_EQ(record.text, WritingError(path(name)));
-      }
+      EXPECT_EQ(log.records().size(), whole ? 0u : 1u);
+      EXPECT_TRUE(whole || OneWritingError(log, path(name)));
+      ASSERT_EQ(::stat(target.c_str(), &info), 0);
+      EXPECT_EQ(std::make_tuple(info.st_mode & 07777, info.st_uid, info.st_gid), identity);
     }
   }
+  fs::create_symlink("new/n.prefs", path("d.prefs"));
+  fs::create_directories(path("new"));
+  const mode_t umask = ::umask(027);
+  EXPECT_FALSE(ktprefsave::SaveText(path("d.prefs"), text));
+  ::umask(umask);
+  ASSERT_EQ(::stat(path("new/n.prefs").c_str(), &info), 0);
+  EXPECT_EQ(info.st_mode & 07777, 0640u);
+  EXPECT_EQ(fs::read_symlink(path("d.prefs")), "new/n.prefs");
 }
 
 // A 64 KiB tmpfs, full: the new text does not fit, the old file stays whole.
-TEST_F(PrefsTest, FullFileSystemKeepsTheOldFile) {
+// A device is written in place, its refusal reported even for a small text.
+TEST_F(PrefsTest, FullFileSystemOrDeviceKeepsTheOldFile) {
+  prefs->Configure("/dev/full", kSite);
+  prefs->SetPref("k", std::string("v"), kSite);
+  kttest::LogCapture full;
+  EXPECT_TRUE(!fs::exists("/dev/full") ||
+              (prefs->SaveToDisk(kSite) && OneWritingError(full, "/dev/full")));
+
   const std::string small = path("small");
   fs::create_directories(small);
   if (::mount("tmpfs", small.c_str(), "tmpfs", 0, "size=64k") != 0)
@@ -103,49 +132,15 @@ TEST_F(PrefsTest, FullFileSystemKeepsTheOldFile) {
   } unmount{small};
   prefs->Configure(small + "/user.prefs", kUser);
   for (int i = 0; i < 200; ++i)
-    prefs->SetPref("Key" + std::to_string(i), std::string(25, 'a'), kUser);
+    prefs->SetPref("K" + std::to_string(i), std::string(30, 'a'), kUser);
   ASSERT_FALSE(prefs->SaveToDisk(kUser));
   writeFile("small/filler", std::string(64 << 10, 'f'));  // to the last block
   const auto before = kttest::Snapshot(small);
-  prefs->SetPref("Key0", std::string(4096, 'b'), kUser);
+  prefs->SetPref("K0", std::string(4096, 'b'), kUser);
   kttest::LogCapture log;
-  EXPECT_TRUE(prefs->SaveToDisk(kUser));
+  EXPECT_TRUE(prefs->SaveToDisk(kUser) && OneWritingError(log, small + "/user.prefs"));
   EXPECT_EQ(kttest::Snapshot(small), before);
-  ASSERT_EQ(log.records().size(), 1u);
-  EXPECT_EQ(log.records()[0].text, WritingError(small + "/user.prefs"));
   fs::remove(small + "/filler");
   EXPECT_FALSE(prefs->SaveToDisk(kUser));
   prefs->Writable(false);
-}
-
-// Through links (one dangling: the save creates the file it names), the file
-// replaced keeps its mode and owner; a new one gets the mode fopen gives.
-TEST_F(PrefsTest, SaveKeepsLinksModeAndOwner) {
-  const std::string site = writeFile("etc/site.prefs", "old=1\n");
-  ASSERT_EQ(::chmod(site.c_str(), 0604), 0);
-  const bool root = ::geteuid() == 0;  // only root may give a file away
-  const uid_t uid = root ? 4321 : ::geteuid();
-  const gid_t gid = root ? 8765 : ::getegid();
-  ASSERT_EQ(::chown(site.c_str(), uid, gid), 0);
-  fs::create_symlink(site, path("site.prefs"));
-  fs::create_symlink("etc/user.prefs", path("user.prefs"));
-  prefs->Configure(path("user.prefs"), "", path("site.prefs"));
-  prefs->SetPref("s", std::string("2"), kSite);
-  prefs->SetPref("u", std::string("3"), kUser);
-  const mode_t umask = ::umask(027);
-  EXPECT_FALSE(prefs->SaveToDisk(kAll));
-  ::umask(umask);
-  prefs->Writable(false);
-
-  struct stat info {};
-  ASSERT_EQ(::stat(site.c_str(), &info), 0);
-  EXPECT_EQ(info.st_mode & 07777, 0604u);
-  EXPECT_EQ(info.st_uid, uid);
-  EXPECT_EQ(info.st_gid, gid);
-  EXPECT_EQ(readFile(site), std::optional<std::string>("s=2\n"));
-  EXPECT_EQ(fs::read_symlink(path("site.prefs")).string(), site);
-  ASSERT_EQ(::stat(path("etc/user.prefs").c_str(), &info), 0);
-  EXPECT_EQ(info.st_mode & 07777, 0640u);
-  EXPECT_EQ(readFile(path("user.prefs")), std::optional<std::string>("u=3\n"));
-  EXPECT_TRUE(fs::is_symlink(path("user.prefs")));
 }

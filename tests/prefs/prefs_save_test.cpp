@@ -19,10 +19,12 @@ namespace fs = boost::filesystem;
 
 namespace {
 
-// The seam: step `g_fail` fails once with `g_error`; writes take 7 bytes at a time.
+// The seam: step `g_fail` fails once with `g_error`; writes take 7 bytes at a
+// time; `g_opened` is the last file opened.
 enum Step { kOpen, kWrite, kSync, kClose, kRename, kNone };
 Step g_fail = kNone;
 int g_error = 0;
+std::string g_opened;
 
 bool Fails(Step step) {
   if (step != g_fail) return false;
@@ -33,7 +35,7 @@ bool Fails(Step step) {
 
 const ktprefsave::FileOps kFaulty{
     [](const char* path, int flags, mode_t mode) {
-      return Fails(kOpen) ? -1 : ::open(path, flags, mode);
+      return Fails(kOpen) ? -1 : ::open((g_opened = path).c_str(), flags, mode);
     },
     [](int file, const void* data, std::size_t size) -> ssize_t {
       return Fails(kWrite) ? -1 : ::write(file, data, std::min<std::size_t>(size, 7));
@@ -53,10 +55,12 @@ bool OneWritingError(const kttest::LogCapture& log, const std::string& path) {
 // A failed step leaves the old bytes, no new file and one message; a refusal
 // of the folder falls back to writing in place; an interrupted write goes on;
 // a zero byte ends the file and counts as short. The same through a relative
-// link, which stays; the file keeps its mode and owner. The first save also
-// removes the new files of saves that can no longer finish (a dead process's,
-// this one's), and only those. Last, a dangling link: the file it names is
-// made, with the mode fopen gives.
+// link, which stays; the file keeps its mode (which the umask would cut) and
+// owner, also when only its owner differs from the process's. The first save
+// also removes the new files of saves that can no longer finish (a dead
+// process's, this one's), and only those. Then links: a dangling one makes the
+// file it names, with the mode fopen gives; as for open(), a chain of 40 is
+// followed, and one of 41, or a loop, makes nothing.
 TEST_F(PrefsTest, EachFailedStepKeepsTheOldFile) {
   const std::string text = "a=2\nb=" + std::string(40, 'x') + "\n", cut("a=2\0b\n", 6);
   const struct {
@@ -72,19 +76,20 @@ TEST_F(PrefsTest, EachFailedStepKeepsTheOldFile) {
   const pid_t dead = ::fork();
   if (dead == 0) ::_exit(0);
   ::waitpid(dead, nullptr, 0);
-  const std::string stale[] = {".t.prefs.ktsave-" + std::to_string(dead) + "-0",
-                               ".t.prefs.ktsave-" + std::to_string(::getpid()) + "-0"};
+  const std::string self = ".t.prefs.ktsave-" + std::to_string(::getpid()) + "-";
+  const std::string stale[] = {".t.prefs.ktsave-" + std::to_string(dead) + "-0", self + "0"};
   for (const std::string& name : {stale[0], stale[1], std::string(".t.prefs.ktsave-1-0")})
     writeFile(name, "");
   const bool root = ::geteuid() == 0;  // only root may give a file away
-  const auto identity =
-      std::make_tuple(0604u, root ? 4321 : ::geteuid(), root ? 8765 : ::getegid());
   const std::string target = writeFile("t.prefs", "");
-  ASSERT_EQ(::chown(target.c_str(), std::get<1>(identity), std::get<2>(identity)), 0);
-  ASSERT_EQ(::chmod(target.c_str(), 0604), 0);
   fs::create_symlink("t.prefs", path("l.prefs"));
+  const mode_t umask = ::umask(027);
   struct stat info {};
   for (const char* name : {"t.prefs", "l.prefs"}) {
+    const auto identity = std::make_tuple(0646u, root ? 4321 : ::geteuid(),
+                                          root && *name == 't' ? 8765 : ::getegid());
+    ASSERT_EQ(::chown(target.c_str(), std::get<1>(identity), std::get<2>(identity)), 0);
+    ASSERT_EQ(::chmod(target.c_str(), 0646), 0);
     for (const auto& row : rows) {
       SCOPED_TRACE(testing::Message() << name << ", row " << &row - rows);
       writeFile("t.prefs", "a=1\n");
@@ -99,18 +104,31 @@ TEST_F(PrefsTest, EachFailedStepKeepsTheOldFile) {
       EXPECT_EQ(kttest::Snapshot(dir()), expected);
       EXPECT_EQ(log.records().size(), whole ? 0u : 1u);
       EXPECT_TRUE(whole || OneWritingError(log, path(name)));
+      const bool inPlace = whole && (row.step == kOpen || row.step == kRename);
+      EXPECT_EQ(g_opened.rfind(inPlace ? target : path(self), 0), 0u) << g_opened;
       ASSERT_EQ(::stat(target.c_str(), &info), 0);
       EXPECT_EQ(std::make_tuple(info.st_mode & 07777, info.st_uid, info.st_gid), identity);
     }
   }
+
   fs::create_symlink("new/n.prefs", path("d.prefs"));
   fs::create_directories(path("new"));
-  const mode_t umask = ::umask(027);
   EXPECT_FALSE(ktprefsave::SaveText(path("d.prefs"), text));
   ::umask(umask);
   ASSERT_EQ(::stat(path("new/n.prefs").c_str(), &info), 0);
   EXPECT_EQ(info.st_mode & 07777, 0640u);
   EXPECT_EQ(fs::read_symlink(path("d.prefs")), "new/n.prefs");
+  for (int n = 0; n < 40; ++n)
+    fs::create_symlink("c" + std::to_string(n + 1), path("c" + std::to_string(n)));
+  fs::create_symlink("chain.prefs", path("c40"));
+  fs::create_symlink("loop", path("loop"));
+  const auto before = kttest::Snapshot(dir());
+  kttest::LogCapture log;
+  EXPECT_FALSE(ktprefsave::SaveText(path("c0"), text) || ktprefsave::SaveText(path("loop"), text));
+  EXPECT_EQ(kttest::Snapshot(dir()), before);
+  EXPECT_TRUE(log.records().empty());
+  EXPECT_FALSE(ktprefsave::SaveText(path("c1"), text));
+  EXPECT_EQ(readFile(path("chain.prefs")), text);
 }
 
 // A 64 KiB tmpfs, full: the new text does not fit, the old file stays whole.

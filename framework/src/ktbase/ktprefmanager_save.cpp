@@ -11,7 +11,6 @@
 
 #include <cerrno>
 #include <cstdint>
-#include <cstdio>
 #include <cstdlib>
 #include <string_view>
 
@@ -122,10 +121,8 @@ std::string NewName(const std::string& folder, std::string_view stem, long self)
   ::clock_gettime(CLOCK_MONOTONIC, &now);
   const std::uint64_t mix =
       (static_cast<std::uint64_t>(now.tv_nsec) ^ (++counter << 32)) * 0x9E3779B97F4A7C15ull;
-  char unique[40];
-  std::snprintf(unique, sizeof unique, "%ld-%08x", self, static_cast<unsigned>(mix >> 32));
   std::string name = folder;
-  name.append(stem).append(unique);
+  name.append(stem).append(std::to_string(self)).append(1, '-').append(std::to_string(mix >> 40));
   return name;
 }
 

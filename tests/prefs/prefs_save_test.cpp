@@ -1,14 +1,17 @@
 // Saving: what each failed step of a file's replacement leaves behind, a real
 // full file system and device, and what a saved file keeps of the one it
 // replaces. Saves killed half way and concurrent savers: stress/ktstress.
+#include <fcntl.h>
 #include <sys/mount.h>
 #include <sys/stat.h>
+#include <sys/sysmacros.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
 #include <algorithm>
 #include <boost/filesystem.hpp>
 #include <cerrno>
+#include <csignal>
 #include <cstring>
 #include <tuple>
 
@@ -76,10 +79,19 @@ TEST_F(PrefsTest, EachFailedStepKeepsTheOldFile) {
   const pid_t dead = ::fork();
   if (dead == 0) ::_exit(0);
   ::waitpid(dead, nullptr, 0);
-  const std::string self = ".t.prefs.ktsave-" + std::to_string(::getpid()) + "-";
-  const std::string stale[] = {".t.prefs.ktsave-" + std::to_string(dead) + "-0", self + "0"};
-  for (const std::string& name : {stale[0], stale[1], std::string(".t.prefs.ktsave-1-0")})
+  const pid_t alive = ::fork();  // as if saving: its new file stays, and it gets no signal
+  if (alive == 0) {
+    ::close(1), ::close(2), ::sleep(60);
+    ::_exit(0);
+  }
+  const std::string stem = ".t.prefs.ktsave-", self = stem + std::to_string(::getpid()) + "-";
+  const std::string stale[] = {stem + std::to_string(dead) + "-0", self + "0"};
+  for (const std::string& name : {stale[0], stale[1], stem + std::to_string(alive) + "-0"})
     writeFile(name, "");
+  const auto fds = [] {
+    return std::distance(fs::directory_iterator("/proc/self/fd"), fs::directory_iterator());
+  };
+  const auto openFiles = fds();
   const bool root = ::geteuid() == 0;  // only root may give a file away
   const std::string target = writeFile("t.prefs", "");
   fs::create_symlink("t.prefs", path("l.prefs"));
@@ -120,7 +132,7 @@ TEST_F(PrefsTest, EachFailedStepKeepsTheOldFile) {
   EXPECT_EQ(fs::read_symlink(path("d.prefs")), "new/n.prefs");
   for (int n = 0; n < 40; ++n)
     fs::create_symlink("c" + std::to_string(n + 1), path("c" + std::to_string(n)));
-  fs::create_symlink("chain.prefs", path("c40"));
+  fs::create_symlink("z", path("c40"));
   fs::create_symlink("loop", path("loop"));
   const auto before = kttest::Snapshot(dir());
   kttest::LogCapture log;
@@ -128,17 +140,30 @@ TEST_F(PrefsTest, EachFailedStepKeepsTheOldFile) {
   EXPECT_EQ(kttest::Snapshot(dir()), before);
   EXPECT_TRUE(log.records().empty());
   EXPECT_FALSE(ktprefsave::SaveText(path("c1"), text));
-  EXPECT_EQ(readFile(path("chain.prefs")), text);
+  EXPECT_EQ(readFile(path("z")), text);
+  EXPECT_EQ(fds(), openFiles);
+  int status = 0;
+  ::kill(alive, SIGKILL);
+  ::waitpid(alive, &status, 0);
+  EXPECT_EQ(WTERMSIG(status), SIGKILL);
 }
 
-// A 64 KiB tmpfs, full: the new text does not fit, the old file stays whole.
-// A device is written in place, its refusal reported even for a small text.
+// A device is written in place, its refusal reported even for a small text:
+// a copy of /dev/full where one can be made and opened, so that a fault that
+// took the device for a file would rename over the copy, not the system's.
+// Then a 64 KiB tmpfs, full: the new text does not fit, the old file stays.
 TEST_F(PrefsTest, FullFileSystemOrDeviceKeepsTheOldFile) {
-  prefs->Configure("/dev/full", kSite);
+  std::string full = path("full");
+  const int copy = ::mknod(full.c_str(), S_IFCHR | 0666, ::makedev(1, 7)) == 0
+                       ? ::open(full.c_str(), O_WRONLY | O_CLOEXEC)
+                       : -1;
+  if (copy < 0) full = "/dev/full";
+  ::close(copy);
+  prefs->Configure(full, kSite);
   prefs->SetPref("k", std::string("v"), kSite);
-  kttest::LogCapture full;
-  EXPECT_TRUE(!fs::exists("/dev/full") ||
-              (prefs->SaveToDisk(kSite) && OneWritingError(full, "/dev/full")));
+  kttest::LogCapture log;
+  EXPECT_TRUE(prefs->SaveToDisk(kSite) && OneWritingError(log, full));
+  EXPECT_TRUE(fs::is_other(full));
 
   const std::string small = path("small");
   fs::create_directories(small);
@@ -155,8 +180,8 @@ TEST_F(PrefsTest, FullFileSystemOrDeviceKeepsTheOldFile) {
   writeFile("small/filler", std::string(64 << 10, 'f'));  // to the last block
   const auto before = kttest::Snapshot(small);
   prefs->SetPref("K0", std::string(4096, 'b'), kUser);
-  kttest::LogCapture log;
-  EXPECT_TRUE(prefs->SaveToDisk(kUser) && OneWritingError(log, small + "/user.prefs"));
+  kttest::LogCapture fullLog;
+  EXPECT_TRUE(prefs->SaveToDisk(kUser) && OneWritingError(fullLog, small + "/user.prefs"));
   EXPECT_EQ(kttest::Snapshot(small), before);
   fs::remove(small + "/filler");
   EXPECT_FALSE(prefs->SaveToDisk(kUser));

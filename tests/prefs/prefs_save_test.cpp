@@ -63,7 +63,8 @@ bool OneWritingError(const kttest::LogCapture& log, const std::string& path) {
 // also removes the new files of saves that can no longer finish (a dead
 // process's, this one's), and only those. Then links: a dangling one makes the
 // file it names, with the mode fopen gives; as for open(), a chain of 40 is
-// followed, and one of 41, or a loop, makes nothing.
+// followed, and one of 41, a loop, a missing folder, a file taken for a
+// folder or a name too long is not opened: nothing is made, nothing said.
 TEST_F(PrefsTest, EachFailedStepKeepsTheOldFile) {
   const std::string text = "a=2\nb=" + std::string(40, 'x') + "\n", cut("a=2\0b\n", 6);
   const struct {
@@ -86,7 +87,8 @@ TEST_F(PrefsTest, EachFailedStepKeepsTheOldFile) {
   }
   const std::string stem = ".t.prefs.ktsave-", self = stem + std::to_string(::getpid()) + "-";
   const std::string stale[] = {stem + std::to_string(dead) + "-0", self + "0"};
-  for (const std::string& name : {stale[0], stale[1], stem + std::to_string(alive) + "-0"})
+  for (const std::string& name :
+       {stale[0], stale[1], stem + std::to_string(alive) + "-0", stem + std::to_string(dead) + "x"})
     writeFile(name, "");
   const auto fds = [] {
     return std::distance(fs::directory_iterator("/proc/self/fd"), fs::directory_iterator());
@@ -136,7 +138,10 @@ TEST_F(PrefsTest, EachFailedStepKeepsTheOldFile) {
   fs::create_symlink("loop", path("loop"));
   const auto before = kttest::Snapshot(dir());
   kttest::LogCapture log;
-  EXPECT_FALSE(ktprefsave::SaveText(path("c0"), text) || ktprefsave::SaveText(path("loop"), text));
+  for (const std::string name : {"c0", "loop", "loop/x", "t.prefs/x", "none/x", "n.prefs"}) {
+    const std::string file = path(name == "n.prefs" ? std::string(300, 'n') : name);
+    EXPECT_FALSE(ktprefsave::SaveText(file, text)) << name;
+  }
   EXPECT_EQ(kttest::Snapshot(dir()), before);
   EXPECT_TRUE(log.records().empty());
   EXPECT_FALSE(ktprefsave::SaveText(path("c1"), text));

@@ -38,7 +38,7 @@ bool FollowLinks(const std::string& path, std::string& target) {
     const ssize_t size = ::readlink(target.c_str(), next, sizeof next);
     // Not a link (EINVAL), nothing there (ENOENT), or a lookup that fails:
     // the open that follows decides.
-    if (size < 0) return true;
+    if (size == -1) return true;
     if (size == 0 || static_cast<std::size_t>(size) == sizeof next) return false;
     const std::string_view link(next, static_cast<std::size_t>(size));
     if (link.front() == '/')
@@ -52,7 +52,7 @@ bool FollowLinks(const std::string& path, std::string& target) {
 bool WriteAll(int file, std::string_view text, const FileOps& ops) {
   while (!text.empty()) {
     const ssize_t wrote = ops.write(file, text.data(), text.size());
-    if (wrote < 0 && errno == EINTR) continue;
+    if (wrote == -1 && errno == EINTR) continue;
     if (wrote <= 0) return false;
     text.remove_prefix(static_cast<std::size_t>(wrote));
   }
@@ -62,7 +62,7 @@ bool WriteAll(int file, std::string_view text, const FileOps& ops) {
 // As fopen(target, "w") would, with every write and the close checked.
 Outcome WriteInPlace(const std::string& target, std::string_view text, const FileOps& ops) {
   const int file = ops.open(target.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0666);
-  if (file < 0) return Outcome::kNotOpened;
+  if (file == -1) return Outcome::kNotOpened;
   const bool written = WriteAll(file, text, ops);
   const bool closed = ops.close(file) == 0;
   return written && closed ? Outcome::kSaved : Outcome::kFailed;
@@ -101,12 +101,13 @@ void RemoveLeftovers(int dir, std::string_view stem, long self) {
 }
 
 // The target's folder, open for the leftover scan and the final sync (-1 when
-// it cannot be read: both are then skipped).
+// it cannot be read: both are then skipped). System calls give -1 on failure,
+// and only then.
 struct Folder {
   explicit Folder(const std::string& path)
       : fd(::open(path.empty() ? "." : path.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC)) {}
   ~Folder() {
-    if (fd >= 0) ::close(fd);
+    if (fd != -1) ::close(fd);
   }
   Folder(const Folder&) = delete;
   Folder& operator=(const Folder&) = delete;
@@ -142,19 +143,20 @@ Outcome Replace(const std::string& path, std::string_view text, const FileOps& o
   stem.append(target, slash, kStemMax).append(kMarker);
   const long self = static_cast<long>(::getpid());
   const Folder dir(folder);
-  if (dir.fd >= 0) RemoveLeftovers(dir.fd, stem, self);
+  if (dir.fd != -1) RemoveLeftovers(dir.fd, stem, self);
 
   // Created with the old file's permission bits (less the umask): its text is
   // never shown wider than the old one was.
   std::string name;
   int file = -1;
-  for (int attempt = 0; attempt < 100 && file < 0; ++attempt) {
+  for (int attempt = 0; attempt < 100 && file == -1; ++attempt) {
     name = NewName(folder, stem, self);
     file = ops.open(name.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC,
                     exists ? old.st_mode & 0777 : 0666);
-    if (file < 0 && errno != EEXIST) break;
+    if (file == -1 && errno != EEXIST) break;
   }
-  if (file < 0) return RefusedByFolder(errno) ? WriteInPlace(target, text, ops) : Outcome::kFailed;
+  if (file == -1)
+    return RefusedByFolder(errno) ? WriteInPlace(target, text, ops) : Outcome::kFailed;
 
   struct stat made {};
   const bool known = exists && ::fstat(file, &made) == 0;
@@ -191,7 +193,7 @@ Outcome Replace(const std::string& path, std::string_view text, const FileOps& o
   }
 
   // The rename itself is durable once the folder is synced.
-  if (dir.fd >= 0) ::fsync(dir.fd);
+  if (dir.fd != -1) ::fsync(dir.fd);
   return Outcome::kSaved;
 }
 

@@ -169,10 +169,10 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     m.Configure(std::string(), IKTPrefManager::ePrefUser);
     m.Configure(userFile, projectFile, siteFile);
   };
-  // The site file is a second name of the user file: one write serves both
-  // (a save rewrites the file in place, so the names stay linked).
+  // The site file is a symbolic link to the user file: one write serves both
+  // (a save replaces the file the link names, and the link stays).
   static const bool linked =
-      (ktfuzz::WriteBytes(userFile, "", 0), ::link(userFile.c_str(), siteFile.c_str()) == 0);
+      (ktfuzz::WriteBytes(userFile, "", 0), ::symlink(userFile.c_str(), siteFile.c_str()) == 0);
   FUZZ_CHECK(linked);
   const PrefMap& user = Peer::map(m, IKTPrefManager::ePrefUser);
   const PrefMap& site = Peer::map(m, IKTPrefManager::ePrefSite);

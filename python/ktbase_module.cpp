@@ -168,8 +168,8 @@ class Prefs {
   }
 
   void Save(Scope scope) {
-    // The library only reports a short write (a failing device), naming the
-    // file in its error record.
+    // The library only reports a file not saved whole (a failed write, sync
+    // or rename; its old text then stays), naming the file in its error record.
     if (Manager().SaveToDisk(ScopeArg(scope, true)))
       Fail(PyExc_OSError, "preferences written short (see the error record for the file)");
   }
@@ -328,7 +328,8 @@ PYBIND11_MODULE(ktbase, m) {
            "Writes a scope's file, entries in key order; ALL writes every scope that\n"
            "has a file, site included. Nothing is written when the object is\n"
            "read-only or the scope is empty, and, as the library does not report it,\n"
-           "when the file cannot be opened. OSError when the file was written short.")
+           "when the file cannot be opened. OSError when the file was not saved whole\n"
+           "(a full disk, say).")
       .def("get", &Prefs::Get, py::arg("key"), py::arg("default"),
            py::arg("site_only").noconvert() = false, py::kw_only(), py::arg("sep") = py::none(),
            "The value of key, of the default's type: bool (true only for 'true' and\n"

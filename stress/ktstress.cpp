@@ -1,7 +1,8 @@
 // ktstress: many system lifecycles and preference operations in one process,
 // then a check that resident memory did not grow.
 //
-//   ktstress [--cycles N] [--pref-ops N] [--max-growth PERCENT]
+//   ktstress [--cycles N] [--pref-ops N] [--max-growth PERCENT] [--kills N]
+//            [--concurrent-saves N]
 //
 // Each cycle initialises the system, registers and uses singletons, a
 // component, named objects, startup factories and objects handed over for
@@ -9,24 +10,39 @@
 // reads in equal number, over a fixed set of keys, with a save and reload
 // every tenth of the run) are spread over the cycles. The program checks that
 // every object made in a cycle is destroyed by its end, and compares the
-// resident set after the first cycle with the one after the run. Exit status:
-// 0 when within --max-growth (default 5%), 1 otherwise or on a broken check,
-// 2 on bad arguments. All files go to a private folder (also "TMPDIR") that is
-// removed at the end.
+// resident set after the first cycle with the one after the run.
+//
+// Then the saves of one file by other processes: a child saves two texts of
+// the same 2,000 keys in turn and is killed with SIGKILL at a random instant,
+// --kills times (default 300); after each kill the file must hold one of the
+// texts whole, and a save of this process must leave no other file in the
+// folder. Last, two children save one text each --concurrent-saves times
+// (default 1,000) while this process reads the file: every read must find one
+// whole text.
+//
+// Exit status: 0 when within --max-growth (default 5%), 1 otherwise or on a
+// broken check, 2 on bad arguments. All files go to a private folder (also
+// "TMPDIR") that is removed at the end.
 #include <ktbase/idestroy.h>
 #include <ktbase/irefcount.h>
 #include <ktbase/isingleton.h>
 #include <ktbase/ktbase.h>
 #include <ktbase/ktprefmanager.h>
+#include <signal.h>
+#include <sys/wait.h>
 #include <unistd.h>
 
 #include <boost/filesystem.hpp>
+#include <chrono>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
 #include <fstream>
+#include <iterator>
 #include <memory>
+#include <random>
 #include <string>
+#include <thread>
 #include <vector>
 
 namespace {
@@ -160,19 +176,92 @@ void SaveAndReload(IKTPrefManager& prefs, const std::string& folder) {
   prefs.LoadFromDisk(IKTPrefManager::ePrefSite);
 }
 
+// Saves of one file by other processes. Two managers hold the same keys with
+// other values; a child saves both in turn and is killed at a random instant
+// up to 10 ms after its fork (on a disk about one save, on tmpfs many), then
+// two children save one each `saves` times while this process reads.
+void SaveRaces(const boost::filesystem::path& folder, long kills, long saves) {
+  namespace fs = boost::filesystem;
+  constexpr auto kUser = IKTPrefManager::ePrefUser;
+  const std::string file = (folder / "user.prefs").string();
+  std::unique_ptr<IKTPrefManager> prefs[2];
+  std::string texts[2];
+  const auto text = [&] {
+    std::ifstream in(file, std::ios::binary);
+    return std::string(std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>());
+  };
+  const auto whole = [&] {
+    const std::string read = text();
+    return read == texts[0] || read == texts[1];
+  };
+  const auto alone = [&] {
+    return std::distance(fs::directory_iterator(folder), fs::directory_iterator()) == 1;
+  };
+  // A child that saves prefs[first] `times` times, or (times 0) both in turn
+  // until killed; it exits 1 on a failed save.
+  const auto saver = [&](int first, long times) {
+    const pid_t pid = ::fork();
+    for (long n = 0; pid == 0 && (times == 0 || n < times); ++n) {
+      if (prefs[(first + (times == 0 ? n : 0)) % 2]->SaveToDisk(kUser)) ::_exit(1);
+    }
+    if (pid == 0) ::_exit(0);
+    return pid;
+  };
+  fs::create_directories(folder);
+  for (int n = 0; n < 2; ++n) {
+    prefs[n].reset(IKTPrefManager::Create());
+    prefs[n]->Configure(file, kUser);
+    for (int key = 1000; key < 3000; ++key)
+      prefs[n]->SetPref("Stress.Race.Key" + std::to_string(key), std::string(30, "ab"[n]), kUser);
+    prefs[n]->SaveToDisk(kUser);
+    texts[n] = text();
+  }
+
+  std::mt19937 random(19);
+  long left = 0;
+  for (long kill = 1; kill <= kills && !g_failed; ++kill) {
+    const pid_t child = saver(1, 0);
+    std::this_thread::sleep_for(std::chrono::microseconds(random() % 10000));
+    ::kill(child, SIGKILL);
+    ::waitpid(child, nullptr, 0);
+    Check(whole(), "a killed save leaves the old or the new text whole", kill);
+    left += alone() ? 0 : 1;
+    Check(!prefs[0]->SaveToDisk(kUser) && alone(), "the next save leaves no other file", kill);
+  }
+  std::printf("killed saves           %ld (%ld left a new file, which the next save removed)\n",
+              kills, left);
+
+  const pid_t savers[2] = {saver(0, saves), saver(1, saves)};
+  long reads = 0;
+  for (const pid_t child : savers) {
+    int status = 0;
+    while (::waitpid(child, &status, WNOHANG) == 0)
+      Check(whole(), "a read during concurrent saves finds one whole text", ++reads);
+    Check(WIFEXITED(status) && WEXITSTATUS(status) == 0, "every concurrent save succeeds", reads);
+  }
+  Check(whole() && alone(), "concurrent saves end with one whole text", reads);
+  std::printf("concurrent saves       2 x %ld, %ld reads meanwhile, each of one whole text\n",
+              saves, reads);
+  for (auto& manager : prefs) manager->Writable(false);
+}
+
 }  // namespace
 
 int main(int argc, char** argv) {
-  long cycles = 100000, prefOps = 1000000, maxGrowth = 5;
+  long cycles = 100000, prefOps = 1000000, maxGrowth = 5, kills = 300, concurrentSaves = 1000;
   for (int i = 1; i < argc; i += 2) {
-    long* target = std::strcmp(argv[i], "--cycles") == 0       ? &cycles
-                   : std::strcmp(argv[i], "--pref-ops") == 0   ? &prefOps
-                   : std::strcmp(argv[i], "--max-growth") == 0 ? &maxGrowth
-                                                               : nullptr;
+    long* target = std::strcmp(argv[i], "--cycles") == 0             ? &cycles
+                   : std::strcmp(argv[i], "--pref-ops") == 0         ? &prefOps
+                   : std::strcmp(argv[i], "--max-growth") == 0       ? &maxGrowth
+                   : std::strcmp(argv[i], "--kills") == 0            ? &kills
+                   : std::strcmp(argv[i], "--concurrent-saves") == 0 ? &concurrentSaves
+                                                                     : nullptr;
     char* end = nullptr;
     if (target == nullptr || i + 1 == argc || (*target = std::strtol(argv[i + 1], &end, 10)) < 1 ||
         *end != '\0') {
-      std::fprintf(stderr, "usage: %s [--cycles N] [--pref-ops N] [--max-growth PERCENT]\n",
+      std::fprintf(stderr,
+                   "usage: %s [--cycles N] [--pref-ops N] [--max-growth PERCENT] [--kills N] "
+                   "[--concurrent-saves N]\n",
                    argv[0]);
       return 2;
     }
@@ -219,6 +308,8 @@ int main(int argc, char** argv) {
   }
   Check(g_inits == g_terms, "every Init() has its Term()", cycles);
   Check(g_live == 0, "nothing left alive", cycles);
+
+  if (!g_failed) SaveRaces(folder / "race", kills, concurrentSaves);
   const bool grew = rssLast * 100 > rssFirst * (100 + maxGrowth);
   if (grew) std::fprintf(stderr, "ktstress: resident memory grew by more than %ld%%\n", maxGrowth);
   boost::system::error_code ec;

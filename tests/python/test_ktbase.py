@@ -6,6 +6,7 @@ import ast
 import errno
 import gc
 import os
+import stat
 import subprocess
 
 import pytest
@@ -134,7 +135,15 @@ def test_lifecycle_saves_the_user_scope(tmp):
     del prefs
     gc.collect()
     assert user.read_text() == "k=2\n"
-    full = Prefs(user="/dev/full")  # more than a stdio buffer, so the write itself fails
+    # A copy of /dev/full where one can be made and opened: a fault that took
+    # the device for a file would rename over the copy, not the system's.
+    full_path = tmp / "full"
+    try:
+        os.mknod(full_path, 0o666 | stat.S_IFCHR, os.makedev(1, 7))
+        open(full_path, "w").close()
+    except OSError:
+        full_path = "/dev/full"
+    full = Prefs(user=str(full_path))
     full.set("k", "x" * 10000, Scope.USER)
     for call in (lambda: full.save(Scope.ALL), full.close):
         with pytest.raises(OSError, match="written short"):

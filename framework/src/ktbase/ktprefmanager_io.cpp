@@ -7,12 +7,15 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <cstdio>
 #include <cstring>
 #include <string_view>
 #include <tuple>
 #include <utility>
+
+#include "ktprefmanager_save.h"
 
 namespace {
 
@@ -184,33 +187,24 @@ bool CKTPrefManager::SaveToDisk(EPrefType type) {
   return shortWrite;
 }
 
-// True only for a short write (a zero byte in the text stops "%s"; a failing
-// device makes fprintf report an error). No file name or an empty scope
-// touches no file (an emptied scope keeps its old file); a file that cannot
-// be opened gives false without a message.
+// True only when the text was not saved whole (a failed step of the
+// replacement, or a zero byte in the text, where "%s" would stop); no file
+// name or an empty scope touches no file (an emptied scope keeps its old
+// file); a file that cannot be opened gives false without a message.
 bool CKTPrefManager::SaveInternalToDisk(const std::string& path,
                                         const std::map<std::string, std::string>& prefs) {
   if (path.empty() || prefs.empty()) return false;
 
+  // Sized in one walk and filled in a second, with plain copies.
   std::size_t size = 0;
   for (const auto& entry : prefs) size += entry.first.size() + entry.second.size() + 2;
-  std::string text;
-  text.reserve(size);
+  std::string text(size, '\0');
+  char* out = &text[0];
   for (const auto& entry : prefs) {
-    text += entry.first;
-    text += '=';
-    text += entry.second;
-    text += '\n';
+    out = std::copy(entry.first.begin(), entry.first.end(), out);
+    *out++ = '=';
+    out = std::copy(entry.second.begin(), entry.second.end(), out);
+    *out++ = '\n';
   }
-
-  std::FILE* file = std::fopen(path.c_str(), "wt");
-  if (file == nullptr) return false;
-  const int written = std::fprintf(file, "%s", text.c_str());
-  const bool shortWrite = written < 0 || static_cast<std::size_t>(written) < text.size();
-  if (shortWrite) {
-    Log::Singleton::Instance()->Stream(2)
-        << "Error: writing preferences to [" << path << "]" << std::endl;
-  }
-  std::fclose(file);
-  return shortWrite;
+  return ktprefsave::SaveText(path, text);
 }

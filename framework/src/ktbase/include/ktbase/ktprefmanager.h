@@ -215,10 +215,18 @@ class KTBASE_API IKTPrefManager : public qrn::IBase, public qrn::IDestroy, publi
   /// Writes one or all scopes, each to its file, keys in byte order. A scope
   /// with no entries or no file name is not written; a file that cannot be
   /// opened is skipped silently.
+  ///
+  /// A crash, a kill or a full disk during a save leaves each file with its
+  /// old text or its new one, whole, and a save that gave false is on disk
+  /// (links followed, mode and owner kept). Only a file that no rename can
+  /// replace (a device, a FIFO, one whose folder refuses new files) is written
+  /// in place, where a crash or a full disk can still cut it (the full disk
+  /// reported by a true).
   /// @param type The scope, or ePrefAll (user, project, then site).
-  /// @return Deliberately true only when a file was written short (logged at
-  ///   level 2); a complete write, or no write (read-only, no file name,
-  ///   empty scope, cannot open), gives false.
+  /// @return Deliberately true only when a file was not saved whole (a failed
+  ///   write, sync, close or rename, logged at level 2, or a zero byte in the
+  ///   text, where the file then ends); a complete save, or no write
+  ///   (read-only, no file name, empty scope, cannot open), gives false.
   virtual bool SaveToDisk(EPrefType type) = 0;
   /// Dumps the three maps, raw (no expansion), to standard output.
   virtual void Print() = 0;

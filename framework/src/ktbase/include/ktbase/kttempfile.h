@@ -33,7 +33,7 @@ class KTBASE_API CKTTempFile {
 class KTBASE_API CKTTempDir {
  public:
   CKTTempDir();
-  // Removes the tree at the path when the path is not empty; never throws.
+  // Removes nothing: there is no folder. Never throws.
   ~CKTTempDir();
   const std::string& string();
 
@@ -41,8 +41,11 @@ class KTBASE_API CKTTempDir {
   std::string m_path;
 };
 
-// True when nothing is at `path` afterwards (or never was); adds the owner's
-// write bit first. Never throws.
+// Removes a file (or an empty folder), adding the owner's write bit first.
+// True when nothing was there or the removal succeeded; false when it failed
+// (a folder that is not empty, for instance). "Nothing there" is what
+// access() says, and it follows links: a dangling symbolic link is left in
+// place, and the result is true. Never throws.
 KTBASE_API bool KTRemoveFile(const std::string& path);
 // Removes a folder tree, read-only files included. True when nothing is at
 // `path` afterwards. Symbolic links are not followed:

@@ -105,11 +105,10 @@ void CheckFiles(std::string_view bytes, const PrefMap& entries,
   const auto& log = ktfuzz::LogRecords();
   FUZZ_CHECK(log.size() == 2 * ignored.size());
   for (size_t i = 0; i < log.size(); ++i) {
-    FUZZ_CHECK(log[i].level == 1 && log[i].text == "Warning : Ignoring line [" +
-                                                       std::string(ignored[i % ignored.size()]) +
-                                                       "] in " +
-                                                       (i < ignored.size() ? userFile : siteFile) +
-                                                       "\nReason : No '=' token found\n");
+    const std::string line(ignored[i % ignored.size()]),
+        file = i < ignored.size() ? userFile : siteFile;
+    FUZZ_CHECK(log[i].level == 1 && log[i].text == "Warning : Ignoring line [" + line + "] in " +
+                                                       file + "\nReason : No '=' token found\n");
   }
   FUZZ_CHECK(user == entries && Peer::map(m, kSite) == entries);
   FUZZ_CHECK(Peer::map(m, IKTPrefManager::ePrefProject).empty());

@@ -14,8 +14,7 @@ namespace {
 using TempFileTest = kttest::TempDirTest;
 
 fs::perms Perms(const std::string& p) { return fs::status(p).permissions(); }
-boost::system::error_code ignored;
-bool Exists(const std::string& p) { return fs::exists(fs::symlink_status(p, ignored)); }
+bool Exists(const std::string& p) { return fs::exists(fs::symlink_status(p)); }
 long OpenFiles() { return std::distance(fs::directory_iterator("/proc/self/fd"), {}); }
 
 TEST_F(TempFileTest, SetPathCreatesOnlyWhenTargetMissing) {
@@ -62,13 +61,14 @@ TEST_F(TempFileTest, RemoveFile) {
   writeFile("full/x", "");
   fs::permissions(path("full"), fs::owner_read | fs::owner_exe);
   fs::create_symlink(path("gone"), path("dangling"));
-  const std::tuple<const char*, bool, bool> cases[] = {
-      // path, result, something there afterwards
-      {"ro", true, false},
-      {"missing", true, false},
-      {"", true, false},
-      {"dangling", true, true},  // access() finds nothing through it: left in place
-      {"full", false, true}};    // cannot go, but was made writable first
+  // Path, result, something there afterwards. access() finds nothing through
+  // a dangling link, which is left in place; a full folder cannot go, but was
+  // made writable first.
+  const std::tuple<const char*, bool, bool> cases[] = {{"ro", true, false},
+                                                       {"missing", true, false},
+                                                       {"", true, false},
+                                                       {"dangling", true, true},
+                                                       {"full", false, true}};
   for (const auto& [name, result, there] : cases) {
     SCOPED_TRACE(name);
     const std::string target = *name ? path(name) : "";

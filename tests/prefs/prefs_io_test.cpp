@@ -55,11 +55,6 @@ TEST_F(PrefsTest, SaveAllWritesEachScopeWithAFile) {
   prefs->Configure(path("p.prefs"), kProject);
   EXPECT_FALSE(prefs->SaveToDisk(kProject));
   EXPECT_EQ(readFile(path("p.prefs")), std::optional<std::string>("p=2\n"));
-
-  // Tokens stay literal through save and load.
-  prefs->SetPref("u", std::string("changed"), kUser);
-  EXPECT_TRUE(prefs->LoadFromDisk(kUser));
-  EXPECT_EQ(map(kUser), (PrefMap{{"u", "<ROOT_DIR>/x"}}));
 }
 
 TEST_F(PrefsTest, ShortWriteReportsTrue) {

@@ -12,8 +12,8 @@
 // on every entry, Print, a save (exact bytes), a removal, and a reload of the
 // saved file. Files cost the fuzzer more than everything else together.
 #include <algorithm>
+#include <cmath>
 #include <cstdint>
-#include <cstring>
 #include <iostream>
 #include <string>
 #include <string_view>
@@ -39,6 +39,9 @@ constexpr bool kReplay = true;
 constexpr bool kReplay = false;
 #endif
 
+// Equal, and -0 is not 0. (A stream never extracts a NaN.)
+bool SameFloat(float a, float b) { return a == b && std::signbit(a) == std::signbit(b); }
+
 std::string Serialise(const PrefMap& prefs, char between) {
   std::string text;
   for (const auto& [key, value] : prefs) text.append(key).append(1, between).append(value) += '\n';
@@ -60,10 +63,8 @@ void CheckGetters(IKTPrefManager& m, const std::string& key, const std::string& 
     FUZZ_CHECK(m.GetPref(key, true, b, siteOnly) == truth && b == truth);
     int i = 0;
     FUZZ_CHECK(m.GetPref(key, 17, i, siteOnly) == integer && i == integer);
-    float f = 0;  // compared bit for bit: -0 is not 0
-    const float fGot = m.GetPref(key, 2.5f, f, siteOnly);
-    FUZZ_CHECK(std::memcmp(&fGot, &real, sizeof real) == 0 &&
-               std::memcmp(&f, &real, sizeof f) == 0);
+    float f = 0;
+    FUZZ_CHECK(SameFloat(m.GetPref(key, 2.5f, f, siteOnly), real) && SameFloat(f, real));
     for (char sep : {',', text.empty() ? ';' : text[0]}) {
       got.assign(1, "old");
       FUZZ_CHECK(ktfuzz::SplitsInto(m.GetPref(key, sep, defaults, got, siteOnly), text, sep));
@@ -105,10 +106,10 @@ void CheckFiles(std::string_view bytes, const PrefMap& entries,
   const auto& log = ktfuzz::LogRecords();
   FUZZ_CHECK(log.size() == 2 * ignored.size());
   for (size_t i = 0; i < log.size(); ++i) {
-    const std::string line(ignored[i % ignored.size()]),
-        file = i < ignored.size() ? userFile : siteFile;
-    FUZZ_CHECK(log[i].level == 1 && log[i].text == "Warning : Ignoring line [" + line + "] in " +
-                                                       file + "\nReason : No '=' token found\n");
+    std::string want = "Warning : Ignoring line [";
+    want.append(ignored[i % ignored.size()]).append("] in ");
+    want.append(i < ignored.size() ? userFile : siteFile).append("\nReason : No '=' token found\n");
+    FUZZ_CHECK(log[i].level == 1 && log[i].text == want);
   }
   FUZZ_CHECK(user == entries && Peer::map(m, kSite) == entries);
   FUZZ_CHECK(Peer::map(m, IKTPrefManager::ePrefProject).empty());
@@ -194,8 +195,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
                ktprefsearch::FindWithMap(prefs, shorter));
     FUZZ_CHECK(ktpreftext::ToBool(value) == (value == "true" || value == "1"));
     FUZZ_CHECK(ktpreftext::ToInt(value) == Extracted<int>(value));
-    const float real = ktpreftext::ToFloat(value), stream = Extracted<float>(value);
-    FUZZ_CHECK(std::memcmp(&real, &stream, sizeof real) == 0);  // -0 is not 0
+    FUZZ_CHECK(SameFloat(ktpreftext::ToFloat(value), Extracted<float>(value)));
   }
   if (kReplay) CheckFiles(bytes, prefs, model.ignored);
   return 0;

@@ -9,7 +9,8 @@ build=(g++ cmake ninja-build pkg-config libboost-filesystem-dev libboost-system-
        libboost-dev libspdlog-dev libfmt-dev python3-dev pybind11-dev)
 test=("${build[@]}" libgtest-dev libgmock-dev python3-pytest)
 bench=("${build[@]}" libbenchmark-dev libpoco-dev libinih-dev uuid-dev)
-guard=("${test[@]}" clang libclang-rt-14-dev valgrind abigail-tools)
+# clang-format and clang-tidy are 14 on Debian 12, the version scripts/lint.sh expects.
+guard=("${test[@]}" clang libclang-rt-14-dev valgrind abigail-tools clang-format clang-tidy)
 # CPack's DEB generator finds binaries with file and their dependencies with
 # dpkg-shlibdeps (dpkg-dev); help2man makes the programs' manual pages; CI
 # also runs lintian on the packages.

@@ -77,7 +77,7 @@ TEST_F(ProductTest, HostLoadsTheExamplePluginsAndReportsEachStep) {
   ASSERT_EQ(0, run.status) << run.out << run.err;
   EXPECT_TRUE(InOrder(
       run.out,
-      {"folder " BUILD_ROOT "/plugins (preference Plugins.Path, tokens expanded)",
+      {std::string("folder ") + BUILD_ROOT + "/plugins (preference Plugins.Path, tokens expanded)",
        "loaded libexample_greeter.so (plug-in interface 1)", "loaded libexample_welcome.so",
        "2 loaded, 0 refused, 0 failed", "\nRegistrations", "libexample_greeter.so",
        "singleton Example.GreetingService", "named object Example.Greeter.Info",
@@ -174,11 +174,11 @@ TEST_F(ProductTest, PrefsReadingCommandsShowWhatProgramsSeeAndWriteNothing) {
     EXPECT_EQ(c.status, run.status) << run.err;
     EXPECT_EQ(c.out, run.out);
   }
-  EXPECT_TRUE(
-      InOrder(Prefs({"get", "Cache.Path", "--explain"}).out,
-              {"user not set (in " + user + ")", "project no file",
-               "site \"<ROOT_DIR>/cache\" (in " + site + ") <- wins",
-               "expansion yes: the key ends in \".Path\"", "value \"" BUILD_ROOT "/cache\""}));
+  EXPECT_TRUE(InOrder(Prefs({"get", "Cache.Path", "--explain"}).out,
+                      {"user not set (in " + user + ")", "project no file",
+                       "site \"<ROOT_DIR>/cache\" (in " + site + ") <- wins",
+                       "expansion yes: the key ends in \".Path\"",
+                       std::string("value \"") + BUILD_ROOT + "/cache\""}));
   EXPECT_TRUE(InOrder(Prefs({"get", "Color", "--explain"}).out,
                       {"user \"red\"", "<- wins", "site \"blue\"", "expansion no"}));
   EXPECT_EQ(kSite, readFile(site));

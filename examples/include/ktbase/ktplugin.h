@@ -47,10 +47,12 @@
 #define KTPLUGIN_API __attribute__((visibility("default")))
 
 // Defines KtPluginInterfaceVersion() and opens the definition of
-// KtPluginEntry(qrn::ISystem* systemName); the body follows the macro.
+// KtPluginEntry(qrn::ISystem* systemName); the body follows the macro. The
+// argument names a parameter, so it cannot be put in parentheses.
 #define KTPLUGIN_ENTRY(systemName)                                                              \
   extern "C" KTPLUGIN_API int KtPluginInterfaceVersion() { return KTPLUGIN_INTERFACE_VERSION; } \
-  extern "C" KTPLUGIN_API void KtPluginEntry(qrn::ISystem* systemName)
+  extern "C" KTPLUGIN_API void KtPluginEntry(                                                   \
+      qrn::ISystem* systemName)  // NOLINT(bugprone-macro-parentheses)
 
 namespace ktplugin {
 

@@ -134,7 +134,7 @@ std::string ReaderText(std::string bytes, bool readError) {
     bytes.resize(bytes.size() - (bytes.size() - lastLine) % kChunk);
   }
   // The chunks are only worked out when a zero byte is present.
-  if (std::memchr(bytes.data(), '\0', bytes.size()) == nullptr) return bytes;
+  if (bytes.find('\0') == std::string::npos) return bytes;
   std::string joined;
   joined.reserve(bytes.size());
   for (std::size_t at = 0, length = 0; at < bytes.size(); at += length) {
@@ -162,7 +162,7 @@ bool ExpandsTokens(const std::string& key) {
   constexpr std::size_t kLength = sizeof kPathSuffix - 1;
   const std::size_t size = key.size();
   if (size == kLength - 1) return true;
-  return size >= kLength && std::memcmp(key.data() + size - kLength, kPathSuffix, kLength) == 0;
+  return size >= kLength && key.compare(size - kLength, kLength, kPathSuffix, kLength) == 0;
 }
 
 void ExpandTokens(const PrefMap& tokens, std::string& value) {

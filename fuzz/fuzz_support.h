@@ -1,4 +1,5 @@
-// Helpers shared by the fuzz targets.
+// Helpers shared by the fuzz targets, and the models they check the library
+// against, written apart from it.
 //
 // FUZZ_CHECK aborts with a message when an invariant fails; libFuzzer then
 // reports the input as a crash and keeps it. FuzzFolder() is a private folder
@@ -16,11 +17,14 @@
 #include <logmanager/log.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <boost/filesystem.hpp>
 #include <cstdio>
 #include <cstdlib>
+#include <cstring>
 #include <map>
 #include <memory>
+#include <sstream>
 #include <string>
 #include <string_view>
 #include <utility>
@@ -103,6 +107,61 @@ inline std::string ReadBytes(const std::string& path) {
     bytes.append(chunk, static_cast<size_t>(got));
   if (file >= 0) ::close(file);
   return bytes;
+}
+
+// Model of the reader: the bytes in fgets chunks of at most 1023 bytes (ending
+// after a line feed), each appended as a C string, so a zero byte drops the
+// rest of its chunk; after a read error the chunk in progress is lost.
+inline std::string ReadAsLoaderDoes(std::string_view bytes, bool readError) {
+  std::string text;
+  while (!bytes.empty()) {
+    const std::string_view chunk = bytes.substr(0, std::min(bytes.find('\n'), size_t{1022}) + 1);
+    if (readError && chunk.back() != '\n' && chunk.size() < 1023) break;
+    text.append(chunk.data(), strnlen(chunk.data(), chunk.size()));
+    bytes.remove_prefix(chunk.size());
+  }
+  return text;
+}
+
+// Model of the line parser: split at line feeds, each line at its first "=",
+// only spaces trimmed, with the two odd edges of the key search (a blank key
+// part makes the key start at the "="). Views into `text`, in line order.
+struct Model {
+  std::vector<std::pair<std::string_view, std::string_view>> lines;
+  std::vector<std::string_view> ignored;  // lines without "=" that are not blank
+};
+
+inline Model Parse(std::string_view text) {
+  Model model;
+  for (size_t start = 0, end; start < text.size(); start = end + 1) {
+    end = std::min(text.find('\n', start), text.size());
+    const std::string_view line = text.substr(start, end - start);
+    const size_t eq = line.find('=');
+    if (eq == line.npos) {
+      if (line.find_first_not_of(' ') != line.npos) model.ignored.push_back(line);
+      continue;
+    }
+    const size_t kb = line.find_first_not_of(' ');
+    const size_t ke = line.find_last_not_of(' ', eq - 1);  // eq == 0: from the end
+    const size_t vb = line.find_first_not_of(' ', eq + 1);
+    model.lines.emplace_back(ke == line.npos ? line.substr(kb) : line.substr(kb, ke - kb + 1),
+                             vb == line.npos
+                                 ? std::string_view()
+                                 : line.substr(vb, line.find_last_not_of(' ') - vb + 1));
+  }
+  return model;
+}
+
+// What a default-formatted stream extracts from `text` (0 when it reads no
+// number). One stream per type, refilled for each text rather than rebuilt.
+template <typename T>
+T Extracted(const std::string& text) {
+  static std::istringstream in;
+  in.clear();
+  in.str(text);
+  T number = 0;
+  in >> number;
+  return number;
 }
 
 // Reference model of the list getter, called on a vector that held "old":

@@ -3,7 +3,7 @@
 # a bounded time, failing on the first finding (crash, sanitizer report,
 # broken invariant, leak, timeout).
 #   scripts/fuzz.sh [seconds-per-target] [target...] [-- extra libFuzzer flags]
-# Default: 60 seconds for each of fuzz_prefs_file, fuzz_uid, fuzz_pref_list,
+# Default: 60 seconds for each of fuzz_pref_text, fuzz_uid, fuzz_pref_list,
 # fuzz_plugin_record.
 # New inputs go to build/fuzz/corpus/<target> (the committed seeds in
 # fuzz/corpus/<target> are only read); findings go to
@@ -19,7 +19,7 @@ case "$seconds" in '' | *[!0-9]*) echo "fuzz.sh: seconds must be a number" >&2; 
 targets=()
 while [ $# -gt 0 ] && [ "$1" != "--" ]; do targets+=("$1"); shift; done
 [ $# -gt 0 ] && shift  # the "--"
-[ ${#targets[@]} -eq 0 ] && targets=(fuzz_prefs_file fuzz_uid fuzz_pref_list fuzz_plugin_record)
+[ ${#targets[@]} -eq 0 ] && targets=(fuzz_pref_text fuzz_uid fuzz_pref_list fuzz_plugin_record)
 
 scripts/install-deps.sh guard
 cmake --preset fuzz >/dev/null

@@ -26,8 +26,9 @@ build=(g++ cmake ninja-build "$pkgconfig" libboost-filesystem-dev libboost-syste
 test=("${build[@]}" libgtest-dev libgmock-dev python3-pytest clang)
 bench=("${build[@]}" libbenchmark-dev libpoco-dev libinih-dev uuid-dev)
 # libclang-rt-dev: the sanitizer and libFuzzer runtimes of the release's clang;
-# libelf-dev: the host kit's fuzz target compares its record reader with libelf.
-guard=("${test[@]}" libclang-rt-dev valgrind abigail-tools libelf-dev)
+# libelf-dev: the host kit's fuzz target compares its record reader with libelf;
+# clang-format and clang-tidy: scripts/lint.sh (it expects version 14, Debian 12's).
+guard=("${test[@]}" libclang-rt-dev valgrind abigail-tools libelf-dev clang-format clang-tidy)
 # The SDK reference (scripts/docs.sh, and the ktbase-doc package).
 docs=("${build[@]}" doxygen)
 # CPack's DEB generator finds binaries with file and their dependencies with

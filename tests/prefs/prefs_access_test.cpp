@@ -1,12 +1,9 @@
-// Setters, lookup order, misses, removal, token expansion, dispatch through
-// the virtual table and the locale. What every getter makes of a stored text
-// is checked by the replay of fuzz/corpus/fuzz_prefs_file.
+// Setters, lookup order, misses, removal, token expansion and dispatch through
+// the virtual table. What every getter makes of a stored text is checked by
+// the replay of the fuzz target fuzz_pref_text; number texts in any locale by
+// prefs_text_test.cpp.
 #include <ktbase/ktpaths.h>
 
-#include <boost/filesystem.hpp>
-#include <locale>
-#include <random>
-#include <sstream>
 #include <stdexcept>
 
 #include "prefs_fixture.h"
@@ -104,15 +101,6 @@ TEST_F(PrefsTest, TypedSettersFormatText) {
           {"b", "true"}, {"n", "false"}, {"c", ""}, {"z", std::string("a\0b", 3)}, {"e", ""}}));
   EXPECT_EQ(map(kSite), (PrefMap{{"i", "-7"}}));
 
-  // Six significant digits in general notation.
-  const std::pair<float, const char*> floats[] = {
-      {1e-7f, "1e-07"}, {3.14159265f, "3.14159"}, {1234567.0f, "1.23457e+06"}, {100.0f, "100"}};
-  for (const auto& [value, expected] : floats) {
-    SCOPED_TRACE(expected);
-    prefs->SetPref("f", value, kProject);
-    EXPECT_EQ(text(map(kProject), "f"), expected);
-  }
-
   // The raw getter copies every byte, a zero byte included.
   std::string buffer(4, '#');
   unsigned long size = 0;
@@ -150,19 +138,6 @@ TEST_F(PrefsTest, OnlyFoundPathValuesExpand) {
   EXPECT_EQ(v, "<ROOT_DIR>");
 }
 
-// A replacement containing its own token is expanded once per occurrence.
-TEST_F(PrefsTest, SelfContainingTokenTerminates) {
-  const std::string base = path("a<APPDATA_DIR>b");
-  boost::filesystem::create_directories(base);
-  kttest::ScopedEnv tmp("TMPDIR", base);
-  CKTPrefManager other;
-  other.Writable(false);
-  ASSERT_EQ(Peer::tokens(other).at("<APPDATA_DIR>"), base);
-  other.SetPref("d.Path", std::string("<APPDATA_DIR>|<APPDATA_DIR>"), kUser);
-  std::string v;
-  EXPECT_EQ(other.GetPref("d.Path", std::string(), v, false), base + "|" + base);
-}
-
 TEST_F(PrefsTest, TypedOperationsGoThroughTheTable) {
   SpyManager spy;
   spy.Writable(false);
@@ -177,75 +152,4 @@ TEST_F(PrefsTest, TypedOperationsGoThroughTheTable) {
   std::string v;
   EXPECT_EQ(spy.GetPref("c", "d", v, false), "spy:d");
   EXPECT_TRUE(spy.IsPref("missing", false, false));
-}
-
-// The getters' own tree search against std::map::find.
-TEST_F(PrefsTest, LookupMatchesTheMapFind) {
-  // Keys that differ only in length, at a zero byte, at a byte that orders as
-  // unsigned (0x80, 0xff), in any chunk of 8 bytes and in the short tails.
-  std::mt19937 rng(17u);
-  const char kBytes[] = {'a', 'b', '\0', '\x7f', '\x80', '\xff'};
-  Strings keys = {"", std::string(300, 'k'), std::string(300, 'k') + 'k'};
-  for (int i = 0; i < 600; ++i) {
-    std::string key = i % 3 ? keys[rng() % keys.size()] : std::string();  // a prefix of another
-    for (std::size_t n = key.size() + rng() % 20; key.size() < n;) key += kBytes[rng() % 6];
-    keys.push_back(key);
-  }
-  for (int round = 0; round < 2; ++round) {  // empty scopes, then two of three filled
-    for (std::size_t i = 0; round == 1 && i < keys.size(); ++i) {
-      if (rng() % 3 != 0) map(rng() % 2 ? kUser : kSite)[keys[i]] = std::to_string(i);
-    }
-    for (const std::string& key : keys) {
-      SCOPED_TRACE(testing::PrintToString(key));
-      for (const bool siteOnly : {false, true}) {
-        std::string want = "missing", got;
-        for (const auto scope : {kUser, kProject, kSite}) {
-          const auto hit = map(scope).find(key);
-          if (hit != map(scope).end() && want == "missing" && (!siteOnly || scope == kSite))
-            want = hit->second;
-        }
-        EXPECT_EQ(prefs->GetPref(key, std::string("missing"), got, siteOnly), want) << siteOnly;
-      }
-    }
-  }
-}
-
-// A host's locale: ',' as the decimal point, '.' grouping thousands.
-struct CommaPoint : std::numpunct<char> {
-  char do_decimal_point() const override { return ','; }
-  char do_thousands_sep() const override { return '.'; }
-  std::string do_grouping() const override { return "\3"; }
-};
-
-TEST_F(PrefsTest, NumbersIgnoreTheGlobalLocale) {
-  struct GlobalLocale {
-    const std::locale previous =
-        std::locale::global(std::locale(std::locale::classic(), new CommaPoint));
-    ~GlobalLocale() { std::locale::global(previous); }
-  } comma;
-  std::ostringstream local;
-  local << 1234567 << ' ' << 0.5f;
-  ASSERT_EQ(local.str(), "1.234.567 0,5");  // the locale is in force
-  prefs->SetPref("i", 1234567, kUser);
-  prefs->SetPref("f", 0.5f, kUser);
-  EXPECT_EQ(map(kUser), (PrefMap{{"f", "0.5"}, {"i", "1234567"}}));
-  prefs->Configure(writeFile("site.prefs", "f=0.5\ni=1234567\n"), kSite);
-  prefs->LoadFromDisk(kSite);
-  const struct {
-    const char* key;
-    const char* text;  // set in the user scope; null: read the loaded site file. A
-                       // leading '+' takes the stream's path.
-    int i;
-    float f;
-  } cases[] = {
-      {"i", nullptr, 1234567, 1234567.0f}, {"f", nullptr, 0, 0.5f}, {"n", "1,5", 1, 1.0f},
-      {"n", "1.234.567", 1, 1.234f},       {"n", "+0.5", 0, 0.5f},  {"n", "+1.234.567", 1, 1.234f}};
-  for (const auto& c : cases) {
-    SCOPED_TRACE(c.text != nullptr ? c.text : c.key);
-    if (c.text != nullptr) prefs->SetPref(c.key, c.text, kUser);
-    int i = -1;
-    float f = -1.0f;
-    EXPECT_EQ(prefs->GetPref(c.key, -1, i, c.text == nullptr), c.i);
-    EXPECT_EQ(prefs->GetPref(c.key, -1.0f, f, c.text == nullptr), c.f);
-  }
 }

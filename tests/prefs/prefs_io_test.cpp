@@ -1,6 +1,7 @@
 // Loading and saving: scope flags, which files a save touches, and the
 // failures a file system can give. The line format itself is checked by the
-// replay of fuzz/corpus/fuzz_prefs_file against the fuzz target's model.
+// replay of the fuzz target fuzz_pref_text against its models, and the
+// reader's rules in memory by prefs_text_test.cpp.
 #include <unistd.h>
 
 #include <boost/filesystem.hpp>
@@ -54,11 +55,6 @@ TEST_F(PrefsTest, SaveAllWritesEachScopeWithAFile) {
   prefs->Configure(path("p.prefs"), kProject);
   EXPECT_FALSE(prefs->SaveToDisk(kProject));
   EXPECT_EQ(readFile(path("p.prefs")), std::optional<std::string>("p=2\n"));
-
-  // Tokens stay literal through save and load.
-  prefs->SetPref("u", std::string("changed"), kUser);
-  EXPECT_TRUE(prefs->LoadFromDisk(kUser));
-  EXPECT_EQ(map(kUser), (PrefMap{{"u", "<ROOT_DIR>/x"}}));
 }
 
 TEST_F(PrefsTest, PreferencePathIsAFolder) {

@@ -258,11 +258,11 @@ TEST_F(ProductTest, PrefsReadingCommandsShowWhatProgramsSeeAndWriteNothing) {
     EXPECT_EQ(c.status, run.status) << run.err;
     EXPECT_EQ(c.out, run.out);
   }
-  EXPECT_TRUE(
-      InOrder(Prefs({"get", "Cache.Path", "--explain"}).out,
-              {"user not set (in " + user + ")", "project no file",
-               "site \"<ROOT_DIR>/cache\" (in " + site + ") <- wins",
-               "expansion yes: the key ends in \".Path\"", "value \"" BUILD_ROOT "/cache\""}));
+  EXPECT_TRUE(InOrder(Prefs({"get", "Cache.Path", "--explain"}).out,
+                      {"user not set (in " + user + ")", "project no file",
+                       "site \"<ROOT_DIR>/cache\" (in " + site + ") <- wins",
+                       "expansion yes: the key ends in \".Path\"",
+                       std::string("value \"") + BUILD_ROOT + "/cache\""}));
   EXPECT_TRUE(InOrder(Prefs({"get", "Color", "--explain"}).out,
                       {"user \"red\"", "<- wins", "site \"blue\"", "expansion no"}));
   EXPECT_EQ(kSite, readFile(site));

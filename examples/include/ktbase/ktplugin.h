@@ -74,6 +74,7 @@
 /// version and ktbase version) in the module's file, where hosts read it
 /// without running the module, and opens the definition of
 /// `KtPluginEntry(qrn::ISystem* systemName)`; the body follows the macro.
+/// The argument names a parameter, so it cannot be put in parentheses.
 /// @param systemName The name of the entry's parameter: the live system
 ///   (borrowed; valid until the host ends the system).
 /// @ingroup plugin
@@ -86,7 +87,8 @@
       KTPLUGIN_INTERFACE_VERSION,                                                               \
       KTPLUGIN_KTBASE_VERSION};                                                                 \
   extern "C" KTPLUGIN_API int KtPluginInterfaceVersion() { return KTPLUGIN_INTERFACE_VERSION; } \
-  extern "C" KTPLUGIN_API void KtPluginEntry(qrn::ISystem* systemName)
+  extern "C" KTPLUGIN_API void KtPluginEntry(                                                   \
+      qrn::ISystem* systemName)  // NOLINT(bugprone-macro-parentheses)
 
 /// Optional, beside KTPLUGIN_ENTRY: adds a name (a string literal of at most
 /// 255 bytes) and an identifier (a KtUID text literal, checked when compiled)

@@ -1,62 +1,21 @@
 // Reads: one lookup (user, project, site; or site alone) with ".Path" token
-// expansion, and the typed getters built on it.
+// expansion, and the typed getters built on it. The text rules they apply
+// (expansion, number conversion in the classic locale) are in ktpreftext.cpp.
 //
 // Speed without changing a result: the getters find the stored text in place
-// and copy it only where it is returned as text or must be expanded; numbers
-// of a plain decimal form are converted directly, everything else goes
-// through a default-formatted std::istringstream exactly as the contract
-// says. The direct conversions give what the stream gives (see ParsePlain).
-//
-// Numbers are read in the classic format whatever global locale the host
-// installs: a file shared by machines in different locales must mean the
-// same on each.
+// and copy it only where it is returned as text or must be expanded.
 #include <ktbase/ktprefmanager.h>
 
-#include <charconv>
-#include <cmath>
 #include <cstring>
-#include <locale>
-#include <sstream>
-#include <type_traits>
 
 #include "ktprefmanager_search.h"
+#include "ktpreftext.h"
 
 namespace {
 
 using PrefMap = std::map<std::string, std::string>;
-
-const char kPathSuffix[] = ".Path";
-constexpr std::size_t kPathSuffixLength = sizeof kPathSuffix - 1;
-
-// key.rfind(".Path") == key.size() - 5 in unsigned arithmetic: every key that
-// ends in ".Path", and deliberately every 4-character key (npos == 4 - 5).
-bool ExpandsTokens(const std::string& key) {
-  const std::size_t size = key.size();
-  if (size == kPathSuffixLength - 1) return true;
-  return size >= kPathSuffixLength &&
-         std::memcmp(key.data() + size - kPathSuffixLength, kPathSuffix, kPathSuffixLength) == 0;
-}
-
-// Replaces every `token` in `value`. The normal loop searches again from the
-// start after each replacement. A replacement that holds its own token would
-// never end that way, so then each occurrence present is replaced once, left
-// to right, and the inserted text is not searched again.
-void ExpandToken(std::string& value, const std::string& token, const std::string& replacement) {
-  if (token.empty()) return;
-  std::size_t pos = value.find(token);
-  if (pos == std::string::npos) return;
-  if (replacement.find(token) == std::string::npos) {
-    for (; pos != std::string::npos; pos = value.find(token))
-      value.replace(pos, token.size(), replacement);
-    return;
-  }
-  for (; pos != std::string::npos; pos = value.find(token, pos + replacement.size()))
-    value.replace(pos, token.size(), replacement);
-}
-
-void ExpandTokens(const PrefMap& tokens, std::string& value) {
-  for (const auto& token : tokens) ExpandToken(value, token.first, token.second);
-}
+using ktpreftext::ExpandsTokens;
+using ktpreftext::ExpandTokens;
 
 // The manager's maps, as the getters search them.
 struct Scopes {
@@ -90,43 +49,6 @@ struct Scopes {
     return &expanded;
   }
 };
-
-// Unchecked stream extraction, the reference for every number read: "12px"
-// gives 12, "abc" 0, an out-of-range int its limit, an out-of-range float
-// +-FLT_MAX; text without any number gives 0.
-template <typename T>
-T ExtractNumber(const std::string& text) {
-  std::istringstream in(text);
-  in.imbue(std::locale::classic());
-  T number = T();
-  in >> number;
-  return number;
-}
-
-// What `stream >> number` stores, for a text that starts with a number
-// std::from_chars reads: it reads the same decimal forms and rounds a float
-// the same way (correctly, as the stream's strtof does). Everything it
-// refuses is left to the stream (false): leading white space, a '+', values
-// out of range, and, for a float, "inf" and "nan" (the stream reads neither)
-// and an exponent mark it stops at ("1e" gives 0 from the stream). The byte
-// after the number is always readable: a std::string ends in a zero byte.
-template <typename T>
-bool ParsePlain(const std::string& text, T& number) {
-  const char* const end = text.data() + text.size();
-  const auto [next, error] = std::from_chars(text.data(), end, number);
-  if (error != std::errc()) return false;
-  if constexpr (std::is_floating_point_v<T>) {
-    return std::isfinite(number) && (*next | 0x20) != 'e';  // 'e' or 'E'
-  }
-  return true;
-}
-
-template <typename T>
-T ConvertNumber(const std::string& text) {
-  T number = T();
-  if (ParsePlain(text, number)) return number;
-  return ExtractNumber<T>(text);
-}
 
 }  // namespace
 
@@ -168,7 +90,7 @@ bool CKTPrefManager::GetPref(const std::string& key, bool defaultValue, bool& va
   const std::string* text =
       Scopes{m_prefMapUser, m_prefMapProject, m_prefMapSite, m_prefPathTokens}.Text(key, siteOnly,
                                                                                     expanded);
-  value = text != nullptr && !text->empty() ? *text == "true" || *text == "1" : defaultValue;
+  value = text != nullptr && !text->empty() ? ktpreftext::ToBool(*text) : defaultValue;
   return value;
 }
 
@@ -177,7 +99,7 @@ int CKTPrefManager::GetPref(const std::string& key, int defaultValue, int& value
   const std::string* text =
       Scopes{m_prefMapUser, m_prefMapProject, m_prefMapSite, m_prefPathTokens}.Text(key, siteOnly,
                                                                                     expanded);
-  value = text != nullptr && !text->empty() ? ConvertNumber<int>(*text) : defaultValue;
+  value = text != nullptr && !text->empty() ? ktpreftext::ToInt(*text) : defaultValue;
   return value;
 }
 
@@ -187,7 +109,7 @@ float CKTPrefManager::GetPref(const std::string& key, float defaultValue, float&
   const std::string* text =
       Scopes{m_prefMapUser, m_prefMapProject, m_prefMapSite, m_prefPathTokens}.Text(key, siteOnly,
                                                                                     expanded);
-  value = text != nullptr && !text->empty() ? ConvertNumber<float>(*text) : defaultValue;
+  value = text != nullptr && !text->empty() ? ktpreftext::ToFloat(*text) : defaultValue;
   return value;
 }
 

@@ -1,5 +1,5 @@
 // Internal to the library: the preference getters' key search, the same
-// answer as std::map<std::string, std::string>::find, faster.
+// answer as std::map<std::string, std::string>::find, faster where it can be.
 //
 // Why a search of our own: a read that hits the site scope searches the user
 // and project maps first, and std::map::find pays, at every node, a call to
@@ -12,30 +12,58 @@
 //
 // Why it walks libstdc++'s tree directly: std::map offers no search with a
 // comparison of our own for a std::string key (a transparent comparator would
-// change the maps' type, which is part of CKTPrefManager's layout). The
-// binary contract is libstdc++ only, and this header is the one place that
-// relies on how its red-black tree is built: the end iterator's node is the
-// tree's header, whose parent is the root; children are null at the leaves;
-// each node is a std::_Rb_tree_node holding the map's value. The preference
-// tests compare its answers with std::map::find's on keys chosen to be hard.
+// change the maps' type, which is part of CKTPrefManager's layout). The walk
+// relies on how libstdc++ builds its red-black tree (the end iterator's node is
+// the tree's header, whose parent is the root; children are null at the
+// leaves; each node is a std::_Rb_tree_node holding the map's value), through
+// private names that a future libstdc++ may rename. So it is used only where
+// it is known to fit:
+// - KTPREFSEARCH_FAST is 1 for libstdc++ without its debug mode (whose map is
+//   another type) on a little-endian machine, unless the build asks for the
+//   portable search (KTBASE_PREF_SEARCH_PORTABLE, the CMake option of that
+//   name); everywhere else FindValue is std::map::find.
+// - KTBASE_PREF_SEARCH_CHECKED (the CMake option of that name, on in the
+//   Debug, sanitizer and fuzzing presets) compares every answer of the walk
+//   with std::map::find and aborts on a difference.
 #ifndef KTBASE_KTPREFMANAGER_SEARCH_H
 #define KTBASE_KTPREFMANAGER_SEARCH_H
 
 #include <cstddef>
 #include <cstdint>
+#include <cstdio>
+#include <cstdlib>
 #include <cstring>
 #include <map>
 #include <string>
 
-#ifndef __GLIBCXX__
-#error "ktprefmanager_search.h walks libstdc++'s std::map tree"
+#if defined(__GLIBCXX__) && !defined(_GLIBCXX_DEBUG) && !defined(KTBASE_PREF_SEARCH_PORTABLE) && \
+    __BYTE_ORDER__ == __ORDER_LITTLE_ENDIAN__
+#define KTPREFSEARCH_FAST 1
+#else
+#define KTPREFSEARCH_FAST 0
 #endif
-static_assert(__BYTE_ORDER__ == __ORDER_LITTLE_ENDIAN__, "LoadChunk swaps bytes to big-endian");
 
 namespace ktprefsearch {
 
 using PrefMap = std::map<std::string, std::string>;
 
+// The portable search, and the reference of the checked mode.
+inline const std::string* FindWithMap(const PrefMap& map, const std::string& key) {
+  const auto hit = map.find(key);
+  return hit == map.end() ? nullptr : &hit->second;
+}
+
+// Aborts, naming the key's length, when `found` is not what std::map::find
+// finds: a walk that disagrees with the map would hand out wrong values.
+inline void CheckAnswer(const PrefMap& map, const std::string& key, const std::string* found) {
+  if (found == FindWithMap(map, key)) return;
+  std::fprintf(stderr,
+               "ktbase: the preference search disagrees with std::map::find (key of %zu bytes)\n",
+               key.size());
+  std::abort();
+}
+
+#if KTPREFSEARCH_FAST
 // 8 bytes from `p` as a big-endian number: integer order is memcmp order.
 inline std::uint64_t LoadChunk(const char* p) {
   std::uint64_t chunk;
@@ -94,17 +122,25 @@ inline std::uint64_t LoadHead(const char* p, std::size_t n) {
   return n >= 8 ? LoadChunk(p) : LoadShortChunk(p, n);
 }
 
-// A key made ready once for the searches of several scopes.
+#endif
+
+// A key made ready once for the searches of several scopes. Keeps a
+// reference to `key`, which must outlive it.
 struct SearchKey {
-  explicit SearchKey(const std::string& key)
-      : data(key.data()), size(key.size()), head(LoadHead(data, size)) {}
-  const char* data;
-  std::size_t size;
+  explicit SearchKey(const std::string& key) : text(key) {
+#if KTPREFSEARCH_FAST
+    head = LoadHead(key.data(), key.size());
+#endif
+  }
+  const std::string& text;
+#if KTPREFSEARCH_FAST
   std::uint64_t head;
+#endif
 };
 
-// The value stored under `key` in `map`, or null; what map.find(key) finds.
-inline const std::string* FindValue(const PrefMap& map, const SearchKey& key) {
+#if KTPREFSEARCH_FAST
+// The walk itself: libstdc++'s tree, from the root down.
+inline const std::string* WalkTree(const PrefMap& map, const SearchKey& key) {
   using Node = std::_Rb_tree_node<PrefMap::value_type>;
   const std::_Rb_tree_node_base* node = map.end()._M_node->_M_parent;  // the root
   while (node != nullptr) {
@@ -112,13 +148,28 @@ inline const std::string* FindValue(const PrefMap& map, const SearchKey& key) {
     const char* const data = entry.first.data();
     const std::size_t size = entry.first.size();
     const std::uint64_t head = LoadHead(data, size);
-    const int order = key.head < head   ? -1
-                      : key.head > head ? 1
-                                        : CompareKeys(key.data, key.size, data, size, 8);
+    const int order = key.head < head ? -1
+                      : key.head > head
+                          ? 1
+                          : CompareKeys(key.text.data(), key.text.size(), data, size, 8);
     if (order == 0) return &entry.second;
     node = order < 0 ? node->_M_left : node->_M_right;
   }
   return nullptr;
+}
+#endif
+
+// The value stored under `key` in `map`, or null; what map.find(key) finds.
+inline const std::string* FindValue(const PrefMap& map, const SearchKey& key) {
+#if KTPREFSEARCH_FAST
+  const std::string* found = WalkTree(map, key);
+#ifdef KTBASE_PREF_SEARCH_CHECKED
+  CheckAnswer(map, key.text, found);
+#endif
+  return found;
+#else
+  return FindWithMap(map, key.text);
+#endif
 }
 
 }  // namespace ktprefsearch

@@ -1,25 +1,12 @@
 // Writes: every typed setter formats its text and stores it through the
 // virtual text setter, so an override of that one sees every write. Nothing
-// touches the disk, and the writable flag is not consulted.
+// touches the disk, and the writable flag is not consulted. Numbers are
+// written in the classic format whatever the global locale (ktpreftext.h).
 #include <ktbase/ktprefmanager.h>
 
-#include <locale>
-#include <sstream>
 #include <stdexcept>
 
-namespace {
-
-// Numbers are written in the classic format whatever global locale the host
-// installs, so files read the same in every locale ("1234567", "0.5").
-template <typename T>
-std::string FormatNumber(T value) {
-  std::ostringstream out;
-  out.imbue(std::locale::classic());
-  out << value;
-  return out.str();
-}
-
-}  // namespace
+#include "ktpreftext.h"
 
 // Any type other than user, project or site (ePrefAll included) is ignored.
 void CKTPrefManager::SetPref(const std::string& key, const std::string& value, EPrefType type) {
@@ -60,13 +47,13 @@ void CKTPrefManager::SetPref(const std::string& key, bool value, EPrefType type)
 }
 
 void CKTPrefManager::SetPref(const std::string& key, int value, EPrefType type) {
-  SetPref(key, FormatNumber(value), type);
+  SetPref(key, ktpreftext::FromInt(value), type);
 }
 
 // Default stream format: 6 significant digits, general notation
 // ("1e-07", "1.23457e+06", "100").
 void CKTPrefManager::SetPref(const std::string& key, float value, EPrefType type) {
-  SetPref(key, FormatNumber(value), type);
+  SetPref(key, ktpreftext::FromFloat(value), type);
 }
 
 // Joined with `separator`, unescaped. An empty list stores nothing and leaves

@@ -1,11 +1,13 @@
 // A Boost.Signals2 connection behind qrn::signalling::IConnection.
 #include <ktbase/ktsignals.h>
 
+#include <utility>
+
 namespace BaseSystem {
 
 // The blocker starts released: wrapping a handle changes nothing.
 ktconnection::ktconnection(boost::signals2::connection connection)
-    : m_connection(connection), m_block(m_connection, false) {}
+    : m_connection(std::move(connection)), m_block(m_connection, false) {}
 
 // Never disconnects. Destroying m_block lifts this wrapper's own block only.
 ktconnection::~ktconnection() = default;

@@ -3,7 +3,6 @@
 #include <unistd.h>
 
 #include <boost/filesystem.hpp>
-#include <boost/system/error_code.hpp>
 #include <cstdio>
 
 namespace fs = boost::filesystem;
@@ -46,28 +45,12 @@ bool CKTTempFile::CopyFrom(const std::string& /*source*/) { return false; }
 
 const std::string& CKTTempFile::string() { return m_path; }
 
-CKTTempDir::CKTTempDir() {
-  // The unnamed temporary file has an empty path, so every step below fails
-  // quietly and the stored path stays empty; kept as callers know it.
-  CKTTempFile file(false);
-  const fs::path dir(file.string());
-  boost::system::error_code ec;
-  fs::remove(dir, ec);
-  fs::create_directories(dir, ec);
-  if (fs::status(dir, ec).type() == fs::directory_file) {
-    m_path = dir.string();
-  }
-}
+// Deliberately names no folder: the path stays empty. (Staging a folder at
+// the path of an unnamed temporary file, which is empty, could never succeed,
+// so there is nothing to try and nothing to remove.)
+CKTTempDir::CKTTempDir() {}
 
-CKTTempDir::~CKTTempDir() {
-  if (m_path.empty()) {
-    return;  // removing "" would only fail in the filesystem library
-  }
-  try {
-    KTRecursiveDelete(m_path);
-  } catch (...) {
-  }
-}
+CKTTempDir::~CKTTempDir() {}
 
 const std::string& CKTTempDir::string() { return m_path; }
 

@@ -50,7 +50,7 @@ class KTBASE_API CKTTempDir {
  public:
   /// The empty path.
   CKTTempDir();
-  /// Removes the tree at the path when the path is not empty; never throws.
+  /// Removes nothing: there is no folder. Never throws.
   ~CKTTempDir();
   /// @return The path: always empty.
   const std::string& string();
@@ -59,9 +59,12 @@ class KTBASE_API CKTTempDir {
   std::string m_path;
 };
 
-/// Removes a file, adding the owner's write bit first. Never throws.
+/// Removes a file (or an empty folder), adding the owner's write bit first.
+/// "Nothing there" is what access() says, and it follows links: a dangling
+/// symbolic link is left in place, and the result is true. Never throws.
 /// @param path The file.
-/// @return True when nothing is at `path` afterwards (or never was).
+/// @return True when nothing was there or the removal succeeded; false when
+///   it failed (a folder that is not empty, for instance).
 /// @onethread
 /// @ingroup paths
 KTBASE_API bool KTRemoveFile(const std::string& path);

@@ -81,9 +81,9 @@ TEST_F(ProductTest, HostLoadsTheExamplePluginsAndReportsEachStep) {
   ASSERT_EQ(0, run.status) << run.out << run.err;
   EXPECT_TRUE(InOrder(
       run.out,
-      {"folder " BUILD_ROOT "/plugins (preference Plugins.Path, tokens expanded)",
+      {std::string("folder ") + BUILD_ROOT + "/plugins (preference Plugins.Path, tokens expanded)",
        "scan 2 modules in ", "module libexample_greeter.so",
-       "record plug-in interface 1, ktbase " PROJECT_VERSION_TEXT, "verdict good",
+       std::string("record plug-in interface 1, ktbase ") + PROJECT_VERSION_TEXT, "verdict good",
        "loaded plug-in interface 1", "module libexample_welcome.so", "summary 2 loaded\n",
        "\nRegistrations", "libexample_greeter.so", "singleton Example.GreetingService",
        "named object Example.Greeter.Info", "startup factory #1", "libexample_welcome.so",
@@ -117,17 +117,15 @@ TEST_F(ProductTest, BadModulesAreProbedOnceAndNeverLoaded) {
        "module libexit.so",
        "verdict crashed (probed now): exited with status 0 while loading (static constructors)",
        "module libgood.so",
-       "record plug-in interface 1, ktbase " PROJECT_VERSION_TEXT
-       ", \"Good test plug-in\" 0123ABCD-EF01-2345-6789-ABCDEF012345",
+       std::string("record plug-in interface 1, ktbase ") + PROJECT_VERSION_TEXT +
+           ", \"Good test plug-in\" 0123ABCD-EF01-2345-6789-ABCDEF012345",
        "verdict good (probed now)",
        "loaded plug-in interface 1",
        "module libkttest_inherits.so",
        "record none (built before plug-in records)",
-       "verdict failed (probed now): has no KtPluginEntry() of its own (the one it sees comes "
-       "from a library it links to)",
+       "verdict failed (probed now): has no KtPluginEntry() of its own (the one it sees comes",
        "module libother_version.so",
-       "verdict refused (from the file): its record says plug-in "
-       "interface 99, this host needs 1",
+       "verdict refused (from the file): its record says plug-in interface 99, this host needs 1",
        "module libsegv.so",
        "verdict crashed (probed now): killed by SIGSEGV",
        "module libthrows.so",

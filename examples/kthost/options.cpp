@@ -2,6 +2,7 @@
 
 #include <ktbase/ktplugin.h>
 
+#include <cmath>
 #include <cstdlib>
 
 namespace kthost {
@@ -78,7 +79,7 @@ bool ParseOptions(int argc, char** argv, Options& options, std::string& error) {
         error = "option --probe-timeout needs a number of seconds from 0.1 to 3600";
         return false;
       }
-      options.probeTimeoutMs = static_cast<int>(value * 1000 + 0.5);
+      options.probeTimeoutMs = static_cast<int>(std::lround(value * 1000));
       continue;
     }
     for (const ValueOption& option : valueOptions) {

@@ -81,6 +81,7 @@ TEST_F(ConcurrentReadsTest, GettersIdentifiersAndPathsOnEightThreads) {
   const long reads = wanted != nullptr ? std::atol(wanted) : 16000;
   std::vector<long> wrong(kThreads, 0);
   std::vector<std::thread> threads;
+  threads.reserve(kThreads);
   for (int t = 0; t < kThreads; ++t) {
     threads.emplace_back([&, t] {
       for (long round = 0; round < reads / kCallsPerRound; ++round)

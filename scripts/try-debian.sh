@@ -9,7 +9,8 @@
 #   --packages  then also builds the Debian packages there (scripts/package.sh,
 #               scripts/package-check.sh), installs them with apt-get in a second
 #               fresh root, and there imports the Python module and builds and
-#               runs the README's hello plug-in against them
+#               runs the plug-in guide's hello project (docs/examples/plugin)
+#               against them
 #   --keep      keep the roots after a run that passed (a failed run always
 #               keeps them, to look inside)
 # Roots live in $KTBASE_TRY_ROOTS (default build/roots): <release> and
@@ -142,14 +143,8 @@ if [ $packages -eq 1 ]; then
   ls -l "$work"/root/ktbase/build/packages/*.deb
   mkdir "$installed/root/packages" "$installed/root/hello"
   cp "$work"/root/ktbase/build/packages/*.deb "$installed/root/packages/"
-  # The README's hello plug-in, as written there.
-  awk '/^`hello\/hello.cpp`:/ { f = "hello.cpp" } /^`hello\/CMakeLists.txt`:/ { f = "CMakeLists.txt" }
-       /^```/ { if (f != "" && inside) { f = ""; inside = 0; next } if (f != "") { inside = 1; next } }
-       inside { print > (dir "/" f) }' dir="$installed/root/hello" README.md
-  if [ ! -s "$installed/root/hello/hello.cpp" ] || [ ! -s "$installed/root/hello/CMakeLists.txt" ]; then
-    echo "try-debian: the README's hello plug-in was not found" >&2
-    exit 1
-  fi
+  # The plug-in guide's hello project, the files the reference shows.
+  cp docs/examples/plugin/hello.cpp docs/examples/plugin/CMakeLists.txt "$installed/root/hello/"
   mount_root "$installed"
   apt="DEBIAN_FRONTEND=noninteractive apt-get -qq"
   timed "$installed" "$apt update && $apt install -y ./packages/*.deb >/dev/null"

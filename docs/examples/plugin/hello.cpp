@@ -27,6 +27,7 @@ void Startup() {
 
 }  // namespace
 
+KTPLUGIN_INFO("Hello", "6F1C2B9A-0D4E-4A7B-8C35-2E9F1A6D7B40");  // optional: name and KtUID
 KTPLUGIN_ENTRY(system) {
   g_system = system;  // the pointer the host gave, kept for later calls
   g_journal = ktplugin::FindJournal(system);

@@ -79,8 +79,6 @@ TEST_F(ProductTest, HostLoadsTheExamplePluginsAndReportsEachStep) {
       writeFile("site.prefs", "Greeter.Salutation=Howdy\nPlugins.Path=<ROOT_DIR>/plugins\n");
   const Result run = Host({"--site", site, "--strict"});
   ASSERT_EQ(0, run.status) << run.out << run.err;
-  // Needles built from macros and split literals, on purpose.
-  // NOLINTBEGIN(bugprone-suspicious-missing-comma)
   EXPECT_TRUE(InOrder(
       run.out,
       {std::string("folder ") + BUILD_ROOT + "/plugins (preference Plugins.Path, tokens expanded)",
@@ -95,7 +93,6 @@ TEST_F(ProductTest, HostLoadsTheExamplePluginsAndReportsEachStep) {
        // Term() for every singleton first, then owned objects as registered.
        "\nShutdown", "greeter: Term: made 2 greetings", "greeter: GreetingService destroyed",
        "welcome: WelcomeCard #2 destroyed", "system exited"}));
-  // NOLINTEND(bugprone-suspicious-missing-comma)
 }
 
 // Bad modules are judged in the probe and never loaded here; the second start
@@ -113,8 +110,6 @@ TEST_F(ProductTest, BadModulesAreProbedOnceAndNeverLoaded) {
   const Args run = {"--plugins", folder, "--probe-timeout", "5"};
   Result first = Host(run);
   EXPECT_EQ(0, first.status) << first.out << first.err;
-  // Needles built from macros and split literals, on purpose.
-  // NOLINTBEGIN(bugprone-suspicious-missing-comma)
   EXPECT_TRUE(InOrder(
       first.out,
       {"scan 7 modules in ",
@@ -139,7 +134,6 @@ TEST_F(ProductTest, BadModulesAreProbedOnceAndNeverLoaded) {
        "record none\n",
        "verdict invalid (from the file): not an ELF file",
        "summary 1 loaded, 1 refused, 1 invalid, 2 failed, 2 crashed"}));
-  // NOLINTEND(bugprone-suspicious-missing-comma)
   EXPECT_EQ(readFile(path("load.log")), "exit\ngood\nsegv\nthrows\ngood\ngood started\n");
   EXPECT_FALSE(fs::exists(path("tmp/Norvex/Tessel/plugins-interface-1.cache.loading")));
   EXPECT_EQ(1, Host({"--plugins", folder, "--strict"}).status);

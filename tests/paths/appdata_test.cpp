@@ -47,6 +47,9 @@ TEST_F(AppDataPathTest, UnusableTemporaryDirectoryThrowsAndEmptiesThePath) {
     kttest::ScopedEnv env("TMPDIR", value);
     EXPECT_THROW(app.Set("x", kUser), fs::filesystem_error);
     EXPECT_EQ(app.string(), "");
+    std::string out = "old";
+    EXPECT_THROW(app.GetAppData(out, kUser), fs::filesystem_error);
+    EXPECT_EQ(out, "");
     EXPECT_THROW(delete IKTPrefManager::Create(), fs::filesystem_error);
   }
   EXPECT_EQ(kttest::Snapshot(dir()), before);

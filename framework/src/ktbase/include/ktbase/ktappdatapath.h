@@ -44,7 +44,7 @@ class KTBASE_API CKTAppDataPath {
   /// @param kind Ignored.
   /// @return True.
   /// @throws boost::filesystem::filesystem_error when that folder is
-  ///   unusable (missing, or not a folder).
+  ///   unusable (missing, or not a folder); `out` is then empty.
   bool GetAppData(std::string& out, EKTAppDataPath kind);
   /// Makes sure path/subPath exists, creating missing folders.
   /// @param subPath Folder below the path; "" for the path itself.

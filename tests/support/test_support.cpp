@@ -85,13 +85,20 @@ std::map<std::string, std::string> Snapshot(const std::string& root) {
   struct Reader : TempDirTest {
     using TempDirTest::readFile;
   };
+  // Walked by hand, each entry's status asked of the path: Boost 1.83's
+  // iterators and entries also ask a link's target for its status, and throw
+  // on a link loop.
   std::map<std::string, std::string> entries;
-  for (fs::recursive_directory_iterator it(root), end; it != end; ++it) {
-    const fs::file_status status = it->symlink_status();
-    entries[it->path().string()] =
-        fs::is_symlink(status)     ? "link:" + fs::read_symlink(it->path()).string()
-        : fs::is_directory(status) ? "folder"
-                                   : "file:" + Reader::readFile(it->path().string()).value_or("");
+  for (fs::directory_iterator it(root), end; it != end; ++it) {
+    const fs::file_status status = fs::symlink_status(it->path());
+    const std::string name = it->path().string();
+    if (fs::is_directory(status)) {
+      entries[name] = "folder";
+      entries.merge(Snapshot(name));
+    } else {
+      entries[name] = fs::is_symlink(status) ? "link:" + fs::read_symlink(it->path()).string()
+                                             : "file:" + Reader::readFile(name).value_or("");
+    }
   }
   return entries;
 }

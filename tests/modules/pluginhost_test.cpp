@@ -87,11 +87,16 @@ TEST_F(PluginHostTest, EveryFixtureGetsItsVerdictAndTheNextScanProbesNothing) {
   writeFile("plugins/notes.so", "not a module\n");
   writeFile("plugins/readme.txt", "not a module either, and not a .so\n");
 
+  ino_t written = 0;  // the cache file's inode: a warm start rewrites nothing
   for (int start = 1; start <= 2; ++start) {
     SCOPED_TRACE("start " + std::to_string(start));
     PluginHost host(Options());
     const ktpluginhost::ScanResult scan = host.Scan(path("plugins"));
     EXPECT_EQ(scan.error, "");
+    struct stat cache {};
+    ASSERT_EQ(::stat(path("verdicts.cache").c_str(), &cache), 0);
+    EXPECT_TRUE(start == 1 || cache.st_ino == written);
+    written = cache.st_ino;
     // Only modules the file does not already condemn are probed, once.
     EXPECT_EQ(scan.probes, start == 1 ? 8 : 0);
     EXPECT_EQ(scan.cached, start == 1 ? 0 : 12);
